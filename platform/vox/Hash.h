@@ -1,0 +1,81 @@
+#pragma once
+// Hashing for keys and value types.
+//
+// `Vox::Hash` is an incremental 32-bit hash accumulator built on MurmurHash3 (x86, 32-bit) by
+// Austin Appleby: each `hashMix` feeds one 4-byte block through Murmur3's block mix, and
+// `result()` applies Murmur3's length step and `fmix32` finaliser. A value type hashes by starting
+// an accumulator from the seed it is given and mixing one 32-bit value per field, in declaration
+// order; equality of the type must compare exactly those fields.
+//
+//   uint32_t FecRouter::hash(uint32_t seed) const {
+//     return Vox::Hash(seed).hashMix(fec_.hash(0)).hashMix(router_.hash(0)).result();
+//   }
+//
+// `Vox::HashHelper::KeyAndRhashLegacy` is the key rehash that every keyed collection applies to a
+// key's own hash before choosing a bucket (Murmur3's `fmix32` again), so that keys whose hashes
+// differ only in high bits still spread over a small table.
+#include <bit>
+#include <cstddef>
+#include <cstdint>
+
+namespace Vox {
+
+class Hash {
+ public:
+  explicit constexpr Hash(uint32_t seed = 0) : h_(seed) {}
+
+  // Mixes one 4-byte block.
+  constexpr Hash& hashMix(uint32_t block) {
+    block *= 0xcc9e2d51u;
+    block = std::rotl(block, 15);
+    block *= 0x1b873593u;
+    h_ ^= block;
+    h_ = std::rotl(h_, 13);
+    h_ = h_ * 5u + 0xe6546b64u;
+    length_ += 4;
+    return *this;
+  }
+
+  // Mixes `size` bytes: whole 4-byte blocks little-endian, then Murmur3's tail step.
+  Hash& hashBytes(const void* data, std::size_t size);
+
+  constexpr uint32_t result() const { return finalMix(h_ ^ length_); }
+
+  // Murmur3 `fmix32`: a bijective avalanche of 32 bits.
+  static constexpr uint32_t finalMix(uint32_t h) {
+    h ^= h >> 16;
+    h *= 0x85ebca6bu;
+    h ^= h >> 13;
+    h *= 0xc2b2ae35u;
+    h ^= h >> 16;
+    return h;
+  }
+
+ private:
+  uint32_t h_;
+  uint32_t length_ = 0;
+};
+
+// The hash of a one-field value: an accumulator seeded with `seed` that mixes `value` once.
+constexpr uint32_t hashSingleAttr(uint32_t seed, uint32_t value) {
+  return Hash(seed).hashMix(value).result();
+}
+
+struct HashHelper {
+  // The rehash applied by keyed collections (and by anyone who needs the collection's view of a
+  // key's hash) to the key's own `hash(0)`.
+  static constexpr uint32_t KeyAndRhashLegacy(uint32_t keyHash) { return Hash::finalMix(keyHash); }
+};
+
+// The hash a keyed collection starts from for a key: `hash(0)` for seeded value types, `hash()`
+// for the few types whose hash takes no seed.
+template <class Key>
+constexpr uint32_t keyHash(const Key& key) {
+  if constexpr (requires { key.hash(0u); }) {
+    return key.hash(0u);
+  } else {
+    return key.hash();
+  }
+}
+
+}  // namespace Vox
