@@ -113,7 +113,7 @@ class KeyedTable {
       if (s.hash == h && s.key == key) {
         const int32_t i = *link;
         *link = s.next;
-        Value removed = std::move(s.value);
+        [[maybe_unused]] Value removed = std::move(s.value);
         s.value = Value{};
         s.live = false;
         s.next = freeHead_;
@@ -149,7 +149,8 @@ class KeyedTable {
     }
     ~Iterator() {
       if (table_ && --table_->liveIterators_ == 0 && table_->size_ == 0) {
-        table_->releaseStorage();
+        // An empty table's storage holds nothing observable; releasing it is not a mutation.
+        const_cast<KeyedTable*>(table_)->releaseStorage();
       }
     }
 

@@ -1,0 +1,215 @@
+#pragma once
+// Collection attributes of entities: keyed sets and keyed entity collections.
+//
+// An entity declares each collection attribute with one macro, which generates the accessors
+// that stages call, named after the attribute `x`:
+//
+//   VOX_SET_ATTRIBUTE(Owner, x, Key)                 // a set of keys
+//     bool x(key) const          membership
+//     size_t xs() const          member count
+//     const KeyedSet<Key>& xColl() const             iteration, version()
+//     void xIs(key)              insert; notifies observers of x with the key if it was absent
+//     void xDel(key)             remove; notifies if it was present
+//     void xDelAll()             removes every member, notifying once per member
+//
+//   VOX_ENTITY_COLL_ATTRIBUTE(Owner, x, Key, Member) // keyed child entities
+//     Ptr<const Member> x(key) const / Ptr<Member> x(key)   lookup, null if absent
+//     size_t xs() const; xColl()  iteration over (key, member) pairs
+//     Ptr<Member> xIs(key)       find or create: a new member is constructed from the key, made
+//                                a child of the owner, has its notifications turned on, is
+//                                inserted, and then observers of x are notified with the key
+//     void xDel(key)             unhooks the member from its parent, removes it, notifies
+//     void xDelAll()
+//
+//   VOX_VALUE_ATTRIBUTE(Owner, x, Type, initial)    // one plain value
+//     Type x() const; void xIs(value)               notifies only when the value changes
+//
+// Each macro also declares `xAttribute`, the attribute's descriptor: its identity (`info`), its
+// key type, `of(owner)` (the storage, for framework templates) and `match(attr, key)` which an
+// observer uses to recognise the attribute in `onAttribute`. Notifications always follow the
+// change; the key passed to observers is a copy for removals, so observers may change the
+// collection freely. The macros leave the class in its public section.
+#include <cstddef>
+#include <utility>
+
+#include "platform/vox/Entity.h"
+#include "platform/vox/KeyedTable.h"
+
+namespace Vox {
+
+// The descriptor part shared by every attribute: identity and typed matching.
+template <class Key>
+struct AttributeDescriptor {
+  // The key of a notification if it is about attribute `self`, else null.
+  static const Key* matchInfo(const AttributeInfo& self, const AttributeInfo& attr,
+                              const void* key) {
+    return &attr == &self ? static_cast<const Key*>(key) : nullptr;
+  }
+};
+
+template <class Key>
+class SetAttribute {
+ public:
+  const KeyedSet<Key>& coll() const { return set_; }
+  bool contains(const Key& key) const { return set_.contains(key); }
+  std::size_t size() const { return set_.size(); }
+
+  void insert(const Entity& owner, const AttributeInfo& info, const Key& key) {
+    if (set_.insert(key)) owner.notifyAttribute(info, &key);
+  }
+  void erase(const Entity& owner, const AttributeInfo& info, const Key& key) {
+    if (!set_.contains(key)) return;
+    const Key removed = key;  // `key` may be the set's own copy
+    set_.erase(removed);
+    owner.notifyAttribute(info, &removed);
+  }
+  void eraseAll(const Entity& owner, const AttributeInfo& info) {
+    for (auto it = set_.begin(); it != set_.end(); ++it) erase(owner, info, *it);
+  }
+
+ private:
+  KeyedSet<Key> set_;
+};
+
+template <class Key, class Member>
+class EntityCollAttribute {
+  using Table = KeyedTable<Key, Ptr<Member>, MemoryKind::kKeyedMap>;
+
+ public:
+  // Iteration yields (key, member) pairs; members are const through a const collection.
+  template <bool Const>
+  class Iterator {
+    using TableIterator = std::conditional_t<Const, typename Table::const_iterator,
+                                             typename Table::iterator>;
+    using MemberRef = std::conditional_t<Const, const Member&, Member&>;
+
+   public:
+    explicit Iterator(TableIterator it) : it_(std::move(it)) {}
+    std::pair<const Key&, MemberRef> operator*() const { return {it_.key(), *it_.value()}; }
+    const Key& key() const { return it_.key(); }
+    Ptr<std::conditional_t<Const, const Member, Member>> member() const { return it_.value(); }
+    Iterator& operator++() {
+      ++it_;
+      return *this;
+    }
+    bool operator==(IterEnd end) const { return it_ == end; }
+
+   private:
+    TableIterator it_;
+  };
+
+  Iterator<true> begin() const { return Iterator<true>(table_.begin()); }
+  Iterator<false> begin() { return Iterator<false>(table_.begin()); }
+  IterEnd end() const { return {}; }
+  Iterator<true> iteratorAt(const Key& key) const { return Iterator<true>(table_.iteratorAt(key)); }
+
+  std::size_t size() const { return table_.size(); }
+  bool empty() const { return table_.empty(); }
+  uint32_t version() const { return table_.version(); }
+  Member* find(const Key& key) const {
+    const Ptr<Member>* member = table_.find(key);
+    return member ? member->ptr() : nullptr;
+  }
+
+  Ptr<Member> insert(Entity& owner, const AttributeInfo& info, const Key& key) {
+    if (Member* existing = find(key)) return existing;
+    Ptr<Member> member(new Member(key));
+    member->parentIs(&owner);
+    member->hasNotificationActiveIs(true);
+    table_.insert(key, member);
+    owner.notifyAttribute(info, &key);
+    return member;
+  }
+  void erase(Entity& owner, const AttributeInfo& info, const Key& key) {
+    const Ptr<Member>* stored = table_.find(key);
+    if (!stored) return;
+    const Ptr<Member> member = *stored;  // alive until observers have heard of the removal
+    const Key removed = key;
+    member->parentIs(nullptr);
+    table_.erase(removed);
+    owner.notifyAttribute(info, &removed);
+  }
+  void eraseAll(Entity& owner, const AttributeInfo& info) {
+    for (auto it = table_.begin(); it != table_.end(); ++it) erase(owner, info, it.key());
+  }
+
+ private:
+  Table table_;
+};
+
+}  // namespace Vox
+
+#define VOX_SET_ATTRIBUTE(Owner, name, KeyType)                                               \
+ public:                                                                                      \
+  struct name##Attribute : ::Vox::AttributeDescriptor<KeyType> {                              \
+    using Key = KeyType;                                                                      \
+    using OwnerType = Owner;                                                                  \
+    static constexpr ::Vox::AttributeInfo info{#name};                                        \
+    static const KeyType* match(const ::Vox::AttributeInfo& attr, const void* key) {          \
+      return matchInfo(info, attr, key);                                                      \
+    }                                                                                         \
+    static const ::Vox::SetAttribute<KeyType>& of(const Owner& owner) { return owner.name##_; } \
+  };                                                                                          \
+  bool name(const KeyType& key) const { return name##_.contains(key); }                       \
+  std::size_t name##s() const { return name##_.size(); }                                      \
+  const ::Vox::KeyedSet<KeyType>& name##Coll() const { return name##_.coll(); }               \
+  void name##Is(const KeyType& key) { name##_.insert(*this, name##Attribute::info, key); }    \
+  void name##Del(const KeyType& key) { name##_.erase(*this, name##Attribute::info, key); }    \
+  void name##DelAll() { name##_.eraseAll(*this, name##Attribute::info); }                     \
+                                                                                              \
+ private:                                                                                     \
+  ::Vox::SetAttribute<KeyType> name##_;                                                       \
+                                                                                              \
+ public:
+
+#define VOX_ENTITY_COLL_ATTRIBUTE(Owner, name, KeyType, MemberType)                            \
+ public:                                                                                       \
+  struct name##Attribute : ::Vox::AttributeDescriptor<KeyType> {                               \
+    using Key = KeyType;                                                                       \
+    using Member = MemberType;                                                                 \
+    using OwnerType = Owner;                                                                   \
+    static constexpr ::Vox::AttributeInfo info{#name};                                         \
+    static const KeyType* match(const ::Vox::AttributeInfo& attr, const void* key) {           \
+      return matchInfo(info, attr, key);                                                       \
+    }                                                                                          \
+    static const ::Vox::EntityCollAttribute<KeyType, MemberType>& of(const Owner& owner) {     \
+      return owner.name##_;                                                                    \
+    }                                                                                          \
+  };                                                                                           \
+  ::Vox::Ptr<const MemberType> name(const KeyType& key) const { return name##_.find(key); }   \
+  ::Vox::Ptr<MemberType> name(const KeyType& key) { return name##_.find(key); }               \
+  std::size_t name##s() const { return name##_.size(); }                                       \
+  const ::Vox::EntityCollAttribute<KeyType, MemberType>& name##Coll() const { return name##_; } \
+  ::Vox::EntityCollAttribute<KeyType, MemberType>& name##Coll() { return name##_; }            \
+  ::Vox::Ptr<MemberType> name##Is(const KeyType& key) {                                        \
+    return name##_.insert(*this, name##Attribute::info, key);                                  \
+  }                                                                                            \
+  void name##Del(const KeyType& key) { name##_.erase(*this, name##Attribute::info, key); }     \
+  void name##DelAll() { name##_.eraseAll(*this, name##Attribute::info); }                      \
+                                                                                               \
+ private:                                                                                      \
+  ::Vox::EntityCollAttribute<KeyType, MemberType> name##_;                                     \
+                                                                                               \
+ public:
+
+#define VOX_VALUE_ATTRIBUTE(Owner, name, Type, initial)                               \
+ public:                                                                              \
+  struct name##Attribute : ::Vox::AttributeDescriptor<Type> {                         \
+    using Key = Type;                                                                 \
+    using OwnerType = Owner;                                                          \
+    static constexpr ::Vox::AttributeInfo info{#name};                                \
+    static const Type* match(const ::Vox::AttributeInfo& attr, const void* key) {     \
+      return matchInfo(info, attr, key);                                              \
+    }                                                                                 \
+  };                                                                                  \
+  const Type& name() const { return name##_; }                                        \
+  void name##Is(const Type& value) {                                                  \
+    if (value == name##_) return;                                                     \
+    name##_ = value;                                                                  \
+    notifyAttribute(name##Attribute::info, &name##_);                                 \
+  }                                                                                   \
+                                                                                      \
+ private:                                                                             \
+  Type name##_ = initial;                                                             \
+                                                                                      \
+ public:

@@ -1,0 +1,183 @@
+#pragma once
+// Entities and their observers.
+//
+// An entity is a reference-counted framework object whose attributes are a fixed key and keyed
+// collections (see Attribute.h). Every change of a collection attribute is announced to the
+// entity's observers, once per inserted or removed key, after the change, with the attribute's
+// identity and the key. A set that already holds a key, or lacks one being removed, changes
+// nothing and announces nothing.
+//
+// Observers ("notifiees") derive from `E::NotifieeConst` (= `Vox::EntityNotifiee<E>`) and receive
+// `onAttribute(attr, key)`; they pick the attributes they follow with `Attr::match`:
+//
+//   class Follower : public Mpls::RouterIpAddrInfo::NotifieeConst {
+//     void onAttribute(const Vox::AttributeInfo& attr, const void* key) override {
+//       if (auto* addr = Mpls::RouterIpAddrInfo::ipAddrAttribute::match(attr, key)) use(*addr);
+//     }
+//   };
+//   follower.notifierIs(info);                  // hook on the entity's observer list
+//   follower.hasNotificationActiveIs(true);     // start receiving
+//
+// What an observer may do inside `onAttribute`: anything, including changing the entity it
+// observes (those changes notify in turn, depth first), removing itself or any other observer
+// from the list, adding observers (they first hear of the next change), and dropping the last
+// reference to the entity (it stays alive until the delivery returns). The key reference is
+// valid only for the duration of the call.
+//
+// An observer receives notifications only while it is hooked, its notifications are active and
+// it is not flagged for deletion. An entity delivers only while its own notifications are active
+// (collections turn that on for members they create; factories for free-standing entities).
+#include <cstddef>
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "platform/vox/Ptr.h"
+#include "platform/vox/TrackingAllocator.h"
+
+namespace Vox {
+
+// The identity of one attribute of one entity type: the address of a per-attribute constant.
+struct AttributeInfo {
+  const char* name;
+};
+
+class NotifieeBase;
+
+class Entity : public PtrInterface, public TrackedObject<MemoryKind::kEntity> {
+ public:
+  Entity(const Entity&) = delete;
+  Entity& operator=(const Entity&) = delete;
+
+  // The framework's name of the object: the key's text form for keyed entities, the given name
+  // for named ones, empty otherwise.
+  virtual std::string name() const { return {}; }
+
+  // The entity whose collection holds this one, or null (free-standing or removed).
+  const Entity* parent() const { return parent_; }
+  void parentIs(const Entity* parent) { parent_ = parent; }
+
+  bool hasNotificationActive() const { return hasNotificationActive_; }
+  void hasNotificationActiveIs(bool active) { hasNotificationActive_ = active; }
+
+  // Observers currently on the list.
+  std::size_t notifiees() const;
+
+  // Announces a change of `attr` at `key` to every observer. For attribute implementations.
+  void notifyAttribute(const AttributeInfo& attr, const void* key) const {
+    if (!hasNotificationActive_ || notifiees_.empty()) return;
+    deliver(attr, key);
+  }
+
+ protected:
+  Entity() = default;
+  ~Entity() override;
+
+ private:
+  friend class NotifieeBase;
+  void deliver(const AttributeInfo& attr, const void* key) const;
+  void notifieeIs(NotifieeBase* notifiee) const;
+  void notifieeDel(NotifieeBase* notifiee) const;
+
+  mutable std::vector<NotifieeBase*, TrackingAllocator<NotifieeBase*, MemoryKind::kNotifieeList>>
+      notifiees_;
+  const Entity* parent_ = nullptr;
+  mutable uint16_t deliveryDepth_ = 0;  // nested deliveries in progress
+  mutable bool compactPending_ = false;  // observers removed during a delivery
+  bool hasNotificationActive_ = false;
+};
+
+// An observer of one entity. Hooked observers hold a counted reference to their notifier, so an
+// entity outlives everything that watches it.
+class NotifieeBase {
+ public:
+  NotifieeBase(const NotifieeBase&) = delete;
+  NotifieeBase& operator=(const NotifieeBase&) = delete;
+
+  // A change of `attr` at `key` (a `const Attr::Key*`) of the notifier.
+  virtual void onAttribute(const AttributeInfo& attr, const void* key) = 0;
+
+  bool hasNotificationActive() const { return hasNotificationActive_; }
+  virtual void hasNotificationActiveIs(bool active) { hasNotificationActive_ = active; }
+
+  // Flagged for deletion: the observer is on its way out and ignores notifications.
+  bool deleting() const { return deleting_; }
+  void deletingIs(bool deleting) { deleting_ = deleting; }
+
+  // Whether the observer is on its notifier's list. `unhook` takes it off (a zombie does) while
+  // keeping the notifier; `hook` puts it back.
+  bool hooked() const { return hooked_; }
+  void hook();
+  void unhook();
+
+  bool wantsNotification() const { return hasNotificationActive_ && !deleting_; }
+
+ protected:
+  NotifieeBase() = default;
+  virtual ~NotifieeBase();
+
+  const Entity* notifierBase() const { return notifier_.ptr(); }
+  // Switches to `notifier` (hooked), or to none.
+  void notifierBaseIs(const Entity* notifier);
+
+ private:
+  Ptr<const Entity> notifier_;
+  bool hooked_ = false;
+  bool hasNotificationActive_ = false;
+  bool deleting_ = false;
+};
+
+// The constant notifiee of entity type `E`: observes one `E` through a read-only reference.
+template <class E>
+class EntityNotifiee : public NotifieeBase {
+ public:
+  const E* notifier() const { return static_cast<const E*>(notifierBase()); }
+  void notifierIs(const Ptr<const E>& notifier) { notifierBaseIs(notifier.ptr()); }
+};
+
+// Base of every entity type `Derived`: gives it its notifiee class.
+template <class Derived>
+class EntityBase : public Entity {
+ public:
+  using NotifieeConst = EntityNotifiee<Derived>;
+};
+
+// Base of an entity identified by a key (a value type), fixed at construction. Collections
+// construct their members from the key.
+template <class Derived, class Key>
+class KeyedEntity : public EntityBase<Derived> {
+ public:
+  using KeyType = Key;
+  const Key& key() const { return key_; }
+  std::string name() const override { return key_.valueToStrep(); }
+
+ protected:
+  explicit KeyedEntity(const Key& key) : key_(key) {}
+
+ private:
+  const Key key_;
+};
+
+// Base of an entity that carries a name given at creation.
+template <class Derived>
+class NamedEntity : public EntityBase<Derived> {
+ public:
+  std::string name() const override { return name_; }
+
+ protected:
+  explicit NamedEntity(std::string name) : name_(std::move(name)) {}
+
+ private:
+  std::string name_;
+};
+
+// Allocates an entity (or any framework object), constructs it with `args` and turns its
+// notifications on, as every creator of a free-standing object does.
+template <class T, class... Args>
+Ptr<T> create(Args&&... args) {
+  Ptr<T> object(new T(std::forward<Args>(args)...));
+  object->hasNotificationActiveIs(true);
+  return object;
+}
+
+}  // namespace Vox

@@ -1,0 +1,159 @@
+#include "platform/vox/Entity.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+
+#include "tests/support/TestEntities.h"
+
+namespace {
+
+using QuillTest::Recorder;
+using QuillTest::TestColl;
+using QuillTest::TestItem;
+using QuillTest::TestKey;
+using Events = std::vector<std::string>;
+
+class EntityTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    coll = Vox::create<TestColl>();
+    recorder.notifierIs(coll);
+    recorder.hasNotificationActiveIs(true);
+  }
+  Vox::Ptr<TestColl> coll;
+  Recorder recorder;
+};
+
+TEST_F(EntityTest, NotifiesOncePerRealChangeAndNeverForNoOps) {
+  auto first = coll->itemIs({1});
+  EXPECT_EQ(coll->itemIs({1}), first);  // find, not create
+  coll->flagIs({7});
+  coll->flagIs({7});
+  coll->flagDel({8});
+  coll->itemDel({2});
+  coll->flagDel({7});
+  coll->itemDel({1});
+  EXPECT_EQ(recorder.events, (Events{"item:1", "flag:7", "flag:7", "item:1"}));
+}
+
+TEST_F(EntityTest, ObserversSeeTheChangeAlreadyApplied) {
+  struct Checker : TestColl::NotifieeConst {
+    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override {
+      if (auto* k = TestColl::itemAttribute::match(attr, key)) present.push_back(bool(notifier()->item(*k)));
+    }
+    std::vector<bool> present;
+  } checker;
+  checker.notifierIs(coll);
+  checker.hasNotificationActiveIs(true);
+  coll->itemIs({3});
+  coll->itemDel({3});
+  EXPECT_EQ(checker.present, (std::vector<bool>{true, false}));
+}
+
+TEST_F(EntityTest, MembersAreChildrenUntilRemovedAndSurviveWhileHeld) {
+  Vox::Ptr<TestItem> item = coll->itemIs({4});
+  EXPECT_EQ(item->parent(), coll.ptr());
+  EXPECT_TRUE(item->hasNotificationActive());
+  EXPECT_EQ(item->name(), "4");
+  item->tagIs({9});
+  coll->itemDel({4});
+  EXPECT_EQ(item->parent(), nullptr);
+  EXPECT_TRUE(item->tag({9}));  // still usable outside any collection
+  EXPECT_EQ(item->references(), 1u);
+}
+
+TEST_F(EntityTest, DeleteAllNotifiesEveryMember) {
+  for (uint32_t v = 0; v < 5; ++v) coll->flagIs({v});
+  recorder.events.clear();
+  coll->flagDelAll();
+  EXPECT_EQ(recorder.events.size(), 5u);
+  EXPECT_EQ(coll->flags(), 0u);
+}
+
+TEST_F(EntityTest, InactiveOrDeletingObserversAndInactiveEntitiesAreSilent) {
+  recorder.hasNotificationActiveIs(false);
+  coll->flagIs({1});
+  recorder.hasNotificationActiveIs(true);
+  recorder.deletingIs(true);
+  coll->flagIs({2});
+  recorder.deletingIs(false);
+  coll->hasNotificationActiveIs(false);
+  coll->flagIs({3});
+  coll->hasNotificationActiveIs(true);
+  recorder.unhook();
+  coll->flagIs({4});
+  recorder.hook();
+  coll->flagIs({5});
+  EXPECT_EQ(recorder.events, (Events{"flag:5"}));
+}
+
+// An observer that runs an action on its first notification.
+struct Actor : TestColl::NotifieeConst {
+  std::function<void()> action;
+  int calls = 0;
+  void onAttribute(const Vox::AttributeInfo&, const void*) override {
+    if (calls++ == 0 && action) action();
+  }
+};
+
+TEST_F(EntityTest, ObserverRemovingItselfOrAnotherDuringDelivery) {
+  Actor first, second, third;
+  for (Actor* a : {&first, &second, &third}) {
+    a->notifierIs(coll);
+    a->hasNotificationActiveIs(true);
+  }
+  first.action = [&] { third.unhook(); };    // another observer, later in the list
+  second.action = [&] { second.unhook(); };  // itself
+  coll->flagIs({1});
+  coll->flagIs({2});
+  EXPECT_EQ(first.calls, 2);
+  EXPECT_EQ(second.calls, 1);
+  EXPECT_EQ(third.calls, 0);
+  EXPECT_EQ(coll->notifiees(), 2u);  // recorder and first
+}
+
+TEST_F(EntityTest, ObserverAddedDuringDeliveryHearsOnlyLaterChanges) {
+  Actor late;
+  Actor adder;
+  adder.action = [&] {
+    late.notifierIs(coll);
+    late.hasNotificationActiveIs(true);
+  };
+  adder.notifierIs(coll);
+  adder.hasNotificationActiveIs(true);
+  coll->flagIs({1});
+  EXPECT_EQ(late.calls, 0);
+  coll->flagIs({2});
+  EXPECT_EQ(late.calls, 1);
+}
+
+TEST_F(EntityTest, NestedChangesFromInsideACallbackAreDeliveredDepthFirst) {
+  Actor writer;
+  writer.action = [&] { coll->flagIs({99}); };
+  writer.notifierIs(coll);
+  writer.hasNotificationActiveIs(true);
+  coll->flagIs({1});
+  EXPECT_EQ(recorder.events, (Events{"flag:1", "flag:99"}));
+}
+
+TEST(EntityLifetimeTest, EntityOutlivesDeliveryWhenAnObserverDropsTheLastReference) {
+  Vox::Ptr<TestColl> coll = Vox::create<TestColl>();
+  Actor dropper;
+  dropper.notifierIs(coll);
+  dropper.hasNotificationActiveIs(true);
+  Recorder after;
+  after.notifierIs(coll);
+  after.hasNotificationActiveIs(true);
+  dropper.action = [&] {
+    dropper.notifierIs(nullptr);
+    after.notifierIs(nullptr);
+    coll = nullptr;  // the caller's reference, the last one outside the delivery
+  };
+  TestColl* raw = coll.ptr();
+  raw->flagIs({1});  // must not touch freed memory (the sanitizer build checks)
+  EXPECT_EQ(coll, nullptr);
+  EXPECT_TRUE(after.events.empty());
+}
+
+}  // namespace

@@ -1,0 +1,140 @@
+#include "platform/vox/Reactor.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/TestEntities.h"
+
+namespace {
+
+using QuillTest::TestColl;
+using QuillTest::TestItem;
+using QuillTest::TestKey;
+using Events = std::vector<std::string>;
+
+// A reactor that follows every item of a TestColl and every tag of each item, logging what its
+// handlers see.
+template <Vox::Removal RemovalPolicy>
+class LoggingReactor : public Vox::Reactor {
+ public:
+  class VoxItem : public Vox::MemberReactor<VoxItem, LoggingReactor, TestItem> {
+   public:
+    static constexpr Vox::Removal kRemoval = RemovalPolicy;
+    using Vox::MemberReactor<VoxItem, LoggingReactor, TestItem>::MemberReactor;
+
+    void handleItem() {
+      if (!this->ownerAlive()) return;
+      std::string tags;
+      for (const TestKey& tag : this->member()->tagColl()) tags += " " + std::to_string(tag.value);
+      this->owner()->log.push_back("whole " + this->member()->name() + (this->zombie() ? " zombie" : "") +
+                                   tags);
+    }
+    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override {
+      if (auto* tag = TestItem::tagAttribute::match(attr, key)) {
+        this->owner()->log.push_back("tag " + this->member()->name() + " " + std::to_string(tag->value));
+      }
+    }
+    static constexpr auto kWholeMemberHandler = &VoxItem::handleItem;
+  };
+
+  explicit LoggingReactor(const Vox::Ptr<const TestColl>& coll) { itemObserver.notifierIs(coll); }
+
+  void handleFlag(const TestKey& flag) { log.push_back("flag " + std::to_string(flag.value)); }
+
+  Events log;
+  Vox::PerKeyReactorColl<VoxItem> item{*this, "QuillTest::LoggingReactor", "item"};
+  Vox::CollectionObserver<TestColl::itemAttribute, VoxItem> itemObserver{*this, item};
+  Vox::KeyObserver<TestColl::flagAttribute, &LoggingReactor::handleFlag> flagObserver{*this};
+};
+
+template <class R>
+class ReactorTest : public ::testing::Test {
+ protected:
+  void SetUp() override {
+    coll = Vox::create<TestColl>();
+    coll->itemIs({1})->tagIs({10});
+    reactor = Vox::create<R>(coll);
+    reactor->flagObserver.notifierIs(coll);
+  }
+  Vox::Ptr<TestColl> coll;
+  Vox::Ptr<R> reactor;
+};
+
+using DropReactor = LoggingReactor<Vox::Removal::kDrop>;
+using ZombieReactor = LoggingReactor<Vox::Removal::kZombie>;
+using ReactorTypes = ::testing::Types<DropReactor, ZombieReactor>;
+TYPED_TEST_SUITE(ReactorTest, ReactorTypes);
+
+TYPED_TEST(ReactorTest, FollowsMembersAndTheirKeys) {
+  // The item present at construction got its per-key reactor while the owner was not yet
+  // referenced, so its whole-member scan did nothing.
+  EXPECT_TRUE(this->reactor->log.empty());
+  EXPECT_EQ(this->reactor->item.size(), 1u);
+  auto item = this->coll->itemIs({2});
+  item->tagIs({20});
+  item->tagDel({20});
+  this->coll->flagIs({5});
+  EXPECT_EQ(this->reactor->log, (Events{"whole 2", "tag 2 20", "tag 2 20", "flag 5"}));
+  EXPECT_EQ(this->reactor->item.size(), 2u);
+}
+
+TYPED_TEST(ReactorTest, RemovalDropsOrWithdrawsAsThePolicySays) {
+  auto item = this->coll->item({1});
+  this->coll->itemDel({1});
+  EXPECT_EQ(this->reactor->item.size(), 0u);
+  if constexpr (std::is_same_v<TypeParam, ZombieReactor>) {
+    EXPECT_EQ(this->reactor->log, (Events{"whole 1 zombie 10"}));
+  } else {
+    EXPECT_TRUE(this->reactor->log.empty());
+  }
+  item->tagIs({11});  // the removed member no longer reaches anyone
+  EXPECT_EQ(this->reactor->log.size(), (std::is_same_v<TypeParam, ZombieReactor> ? 1u : 0u));
+}
+
+TYPED_TEST(ReactorTest, NotificationsOffSilencesEveryPart) {
+  this->reactor->hasNotificationActiveIs(false);
+  this->coll->itemIs({3});
+  this->coll->item({1})->tagIs({12});
+  this->coll->flagIs({6});
+  EXPECT_TRUE(this->reactor->log.empty());
+  EXPECT_EQ(this->reactor->item.size(), 1u);
+  this->reactor->hasNotificationActiveIs(true);
+  this->coll->item({1})->tagIs({13});
+  EXPECT_EQ(this->reactor->log, (Events{"tag 1 13"}));
+}
+
+TYPED_TEST(ReactorTest, AZombieReceivesNothingAndComesBack) {
+  this->reactor->voxDoZombieReactors(true);
+  EXPECT_TRUE(this->reactor->zombie());
+  EXPECT_TRUE(this->reactor->deleting());
+  this->reactor->log.clear();  // per-key reactors ran their zombie scans
+  this->coll->item({1})->tagIs({14});
+  this->coll->itemIs({4});
+  this->coll->flagIs({7});
+  EXPECT_TRUE(this->reactor->log.empty());
+  this->reactor->voxDoZombieReactors(false);
+  this->coll->item({1})->tagIs({15});
+  EXPECT_EQ(this->reactor->log, (Events{"tag 1 15"}));
+}
+
+TYPED_TEST(ReactorTest, ReplacingTheMemberOfAKeyReplacesItsReactor) {
+  auto first = this->reactor->item.find({1});
+  auto sameAgain = this->reactor->item.is(this->coll->item({1}));
+  EXPECT_EQ(first, sameAgain);
+  auto stranger = Vox::create<TestItem>(TestKey{1});
+  auto replaced = this->reactor->item.is(stranger);
+  EXPECT_NE(replaced, first);
+  EXPECT_EQ(replaced->member(), stranger.ptr());
+  EXPECT_FALSE(first->hasNotificationActive());
+}
+
+TYPED_TEST(ReactorTest, NullMemberIsARangeError) {
+  try {
+    this->reactor->item.is(nullptr);
+    FAIL() << "expected a range exception";
+  } catch (const Vox::RangeException& error) {
+    EXPECT_STREQ(error.what(),
+                 "null _item parameter to mutator for QuillTest::LoggingReactor::item not allowed\"");
+  }
+}
+
+}  // namespace
