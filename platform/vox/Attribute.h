@@ -55,16 +55,19 @@ class SetAttribute {
   std::size_t size() const { return set_.size(); }
 
   void insert(const Entity& owner, const AttributeInfo& info, const Key& key) {
-    if (set_.insert(key)) owner.notifyAttribute(info, &key);
+    if (set_.insert(key))
+      owner.notifyAttribute(info, &key);
   }
   void erase(const Entity& owner, const AttributeInfo& info, const Key& key) {
-    if (!set_.contains(key)) return;
+    if (!set_.contains(key))
+      return;
     const Key removed = key;  // `key` may be the set's own copy
     set_.erase(removed);
     owner.notifyAttribute(info, &removed);
   }
   void eraseAll(const Entity& owner, const AttributeInfo& info) {
-    for (auto it = set_.begin(); it != set_.end(); ++it) erase(owner, info, *it);
+    for (auto it = set_.begin(); it != set_.end(); ++it)
+      erase(owner, info, *it);
   }
 
  private:
@@ -79,8 +82,8 @@ class EntityCollAttribute {
   // Iteration yields (key, member) pairs; members are const through a const collection.
   template <bool Const>
   class Iterator {
-    using TableIterator = std::conditional_t<Const, typename Table::const_iterator,
-                                             typename Table::iterator>;
+    using TableIterator =
+        std::conditional_t<Const, typename Table::const_iterator, typename Table::iterator>;
     using MemberRef = std::conditional_t<Const, const Member&, Member&>;
 
    public:
@@ -112,7 +115,8 @@ class EntityCollAttribute {
   }
 
   Ptr<Member> insert(Entity& owner, const AttributeInfo& info, const Key& key) {
-    if (Member* existing = find(key)) return existing;
+    if (Member* existing = find(key))
+      return existing;
     Ptr<Member> member(new Member(key));
     member->parentIs(&owner);
     member->hasNotificationActiveIs(true);
@@ -122,7 +126,8 @@ class EntityCollAttribute {
   }
   void erase(Entity& owner, const AttributeInfo& info, const Key& key) {
     const Ptr<Member>* stored = table_.find(key);
-    if (!stored) return;
+    if (!stored)
+      return;
     const Ptr<Member> member = *stored;  // alive until observers have heard of the removal
     const Key removed = key;
     member->parentIs(nullptr);
@@ -130,7 +135,8 @@ class EntityCollAttribute {
     owner.notifyAttribute(info, &removed);
   }
   void eraseAll(Entity& owner, const AttributeInfo& info) {
-    for (auto it = table_.begin(); it != table_.end(); ++it) erase(owner, info, it.key());
+    for (auto it = table_.begin(); it != table_.end(); ++it)
+      erase(owner, info, it.key());
   }
 
  private:
@@ -139,77 +145,106 @@ class EntityCollAttribute {
 
 }  // namespace Vox
 
-#define VOX_SET_ATTRIBUTE(Owner, name, KeyType)                                               \
- public:                                                                                      \
-  struct name##Attribute : ::Vox::AttributeDescriptor<KeyType> {                              \
-    using Key = KeyType;                                                                      \
-    using OwnerType = Owner;                                                                  \
-    static constexpr ::Vox::AttributeInfo info{#name};                                        \
-    static const KeyType* match(const ::Vox::AttributeInfo& attr, const void* key) {          \
-      return matchInfo(info, attr, key);                                                      \
-    }                                                                                         \
+#define VOX_SET_ATTRIBUTE(Owner, name, KeyType)                                                 \
+ public:                                                                                        \
+  struct name##Attribute : ::Vox::AttributeDescriptor<KeyType> {                                \
+    using Key = KeyType;                                                                        \
+    using OwnerType = Owner;                                                                    \
+    static constexpr ::Vox::AttributeInfo info{#name};                                          \
+    static const KeyType* match(const ::Vox::AttributeInfo& attr, const void* key) {            \
+      return matchInfo(info, attr, key);                                                        \
+    }                                                                                           \
     static const ::Vox::SetAttribute<KeyType>& of(const Owner& owner) { return owner.name##_; } \
-  };                                                                                          \
-  bool name(const KeyType& key) const { return name##_.contains(key); }                       \
-  std::size_t name##s() const { return name##_.size(); }                                      \
-  const ::Vox::KeyedSet<KeyType>& name##Coll() const { return name##_.coll(); }               \
-  void name##Is(const KeyType& key) { name##_.insert(*this, name##Attribute::info, key); }    \
-  void name##Del(const KeyType& key) { name##_.erase(*this, name##Attribute::info, key); }    \
-  void name##DelAll() { name##_.eraseAll(*this, name##Attribute::info); }                     \
-                                                                                              \
- private:                                                                                     \
-  ::Vox::SetAttribute<KeyType> name##_;                                                       \
-                                                                                              \
+  };                                                                                            \
+  bool name(const KeyType& key) const {                                                         \
+    return name##_.contains(key);                                                               \
+  }                                                                                             \
+  std::size_t name##s() const {                                                                 \
+    return name##_.size();                                                                      \
+  }                                                                                             \
+  const ::Vox::KeyedSet<KeyType>& name##Coll() const {                                          \
+    return name##_.coll();                                                                      \
+  }                                                                                             \
+  void name##Is(const KeyType& key) {                                                           \
+    name##_.insert(*this, name##Attribute::info, key);                                          \
+  }                                                                                             \
+  void name##Del(const KeyType& key) {                                                          \
+    name##_.erase(*this, name##Attribute::info, key);                                           \
+  }                                                                                             \
+  void name##DelAll() {                                                                         \
+    name##_.eraseAll(*this, name##Attribute::info);                                             \
+  }                                                                                             \
+                                                                                                \
+ private:                                                                                       \
+  ::Vox::SetAttribute<KeyType> name##_;                                                         \
+                                                                                                \
  public:
 
-#define VOX_ENTITY_COLL_ATTRIBUTE(Owner, name, KeyType, MemberType)                            \
- public:                                                                                       \
-  struct name##Attribute : ::Vox::AttributeDescriptor<KeyType> {                               \
-    using Key = KeyType;                                                                       \
-    using Member = MemberType;                                                                 \
-    using OwnerType = Owner;                                                                   \
-    static constexpr ::Vox::AttributeInfo info{#name};                                         \
-    static const KeyType* match(const ::Vox::AttributeInfo& attr, const void* key) {           \
-      return matchInfo(info, attr, key);                                                       \
-    }                                                                                          \
-    static const ::Vox::EntityCollAttribute<KeyType, MemberType>& of(const Owner& owner) {     \
-      return owner.name##_;                                                                    \
-    }                                                                                          \
-  };                                                                                           \
-  ::Vox::Ptr<const MemberType> name(const KeyType& key) const { return name##_.find(key); }   \
-  ::Vox::Ptr<MemberType> name(const KeyType& key) { return name##_.find(key); }               \
-  std::size_t name##s() const { return name##_.size(); }                                       \
-  const ::Vox::EntityCollAttribute<KeyType, MemberType>& name##Coll() const { return name##_; } \
-  ::Vox::EntityCollAttribute<KeyType, MemberType>& name##Coll() { return name##_; }            \
-  ::Vox::Ptr<MemberType> name##Is(const KeyType& key) {                                        \
-    return name##_.insert(*this, name##Attribute::info, key);                                  \
-  }                                                                                            \
-  void name##Del(const KeyType& key) { name##_.erase(*this, name##Attribute::info, key); }     \
-  void name##DelAll() { name##_.eraseAll(*this, name##Attribute::info); }                      \
-                                                                                               \
- private:                                                                                      \
-  ::Vox::EntityCollAttribute<KeyType, MemberType> name##_;                                     \
-                                                                                               \
+#define VOX_ENTITY_COLL_ATTRIBUTE(Owner, name, KeyType, MemberType)                        \
+ public:                                                                                   \
+  struct name##Attribute : ::Vox::AttributeDescriptor<KeyType> {                           \
+    using Key = KeyType;                                                                   \
+    using Member = MemberType;                                                             \
+    using OwnerType = Owner;                                                               \
+    static constexpr ::Vox::AttributeInfo info{#name};                                     \
+    static const KeyType* match(const ::Vox::AttributeInfo& attr, const void* key) {       \
+      return matchInfo(info, attr, key);                                                   \
+    }                                                                                      \
+    static const ::Vox::EntityCollAttribute<KeyType, MemberType>& of(const Owner& owner) { \
+      return owner.name##_;                                                                \
+    }                                                                                      \
+  };                                                                                       \
+  ::Vox::Ptr<const MemberType> name(const KeyType& key) const {                            \
+    return name##_.find(key);                                                              \
+  }                                                                                        \
+  ::Vox::Ptr<MemberType> name(const KeyType& key) {                                        \
+    return name##_.find(key);                                                              \
+  }                                                                                        \
+  std::size_t name##s() const {                                                            \
+    return name##_.size();                                                                 \
+  }                                                                                        \
+  const ::Vox::EntityCollAttribute<KeyType, MemberType>& name##Coll() const {              \
+    return name##_;                                                                        \
+  }                                                                                        \
+  ::Vox::EntityCollAttribute<KeyType, MemberType>& name##Coll() {                          \
+    return name##_;                                                                        \
+  }                                                                                        \
+  ::Vox::Ptr<MemberType> name##Is(const KeyType& key) {                                    \
+    return name##_.insert(*this, name##Attribute::info, key);                              \
+  }                                                                                        \
+  void name##Del(const KeyType& key) {                                                     \
+    name##_.erase(*this, name##Attribute::info, key);                                      \
+  }                                                                                        \
+  void name##DelAll() {                                                                    \
+    name##_.eraseAll(*this, name##Attribute::info);                                        \
+  }                                                                                        \
+                                                                                           \
+ private:                                                                                  \
+  ::Vox::EntityCollAttribute<KeyType, MemberType> name##_;                                 \
+                                                                                           \
  public:
 
-#define VOX_VALUE_ATTRIBUTE(Owner, name, Type, initial)                               \
- public:                                                                              \
-  struct name##Attribute : ::Vox::AttributeDescriptor<Type> {                         \
-    using Key = Type;                                                                 \
-    using OwnerType = Owner;                                                          \
-    static constexpr ::Vox::AttributeInfo info{#name};                                \
-    static const Type* match(const ::Vox::AttributeInfo& attr, const void* key) {     \
-      return matchInfo(info, attr, key);                                              \
-    }                                                                                 \
-  };                                                                                  \
-  const Type& name() const { return name##_; }                                        \
-  void name##Is(const Type& value) {                                                  \
-    if (value == name##_) return;                                                     \
-    name##_ = value;                                                                  \
-    notifyAttribute(name##Attribute::info, &name##_);                                 \
-  }                                                                                   \
-                                                                                      \
- private:                                                                             \
-  Type name##_ = initial;                                                             \
-                                                                                      \
+#define VOX_VALUE_ATTRIBUTE(Owner, name, Type, initial)                           \
+ public:                                                                          \
+  struct name##Attribute : ::Vox::AttributeDescriptor<Type> {                     \
+    using Key = Type;                                                             \
+    using OwnerType = Owner;                                                      \
+    static constexpr ::Vox::AttributeInfo info{#name};                            \
+    static const Type* match(const ::Vox::AttributeInfo& attr, const void* key) { \
+      return matchInfo(info, attr, key);                                          \
+    }                                                                             \
+  };                                                                              \
+  const Type& name() const {                                                      \
+    return name##_;                                                               \
+  }                                                                               \
+  void name##Is(const Type& value) {                                              \
+    if (value == name##_)                                                         \
+      return;                                                                     \
+    name##_ = value;                                                              \
+    notifyAttribute(name##Attribute::info, &name##_);                             \
+  }                                                                               \
+                                                                                  \
+ private:                                                                         \
+  Type name##_ = initial;                                                         \
+                                                                                  \
  public:

@@ -65,7 +65,8 @@ class Entity : public PtrInterface, public TrackedObject<MemoryKind::kEntity> {
 
   // Announces a change of `attr` at `key` to every observer. For attribute implementations.
   void notifyAttribute(const AttributeInfo& attr, const void* key) const {
-    if (!hasNotificationActive_ || notifiees_.empty()) return;
+    if (!hasNotificationActive_ || notifiees_.empty())
+      return;
     deliver(attr, key);
   }
 
@@ -82,7 +83,7 @@ class Entity : public PtrInterface, public TrackedObject<MemoryKind::kEntity> {
   mutable std::vector<NotifieeBase*, TrackingAllocator<NotifieeBase*, MemoryKind::kNotifieeList>>
       notifiees_;
   const Entity* parent_ = nullptr;
-  mutable uint16_t deliveryDepth_ = 0;  // nested deliveries in progress
+  mutable uint16_t deliveryDepth_ = 0;   // nested deliveries in progress
   mutable bool compactPending_ = false;  // observers removed during a delivery
   bool hasNotificationActive_ = false;
 };

@@ -18,8 +18,7 @@ std::string parseMessage(std::string_view typeName, std::string_view text,
 }
 }  // namespace
 
-ParseError::ParseError(std::string_view typeName, std::string_view text,
-                       std::string_view expected)
+ParseError::ParseError(std::string_view typeName, std::string_view text, std::string_view expected)
     : std::invalid_argument(parseMessage(typeName, text, expected)) {}
 
 void fatal(std::string_view text, const char* file, int line) {

@@ -33,8 +33,8 @@ class ParseError : public std::invalid_argument {
 }  // namespace Vox
 
 // Fatal unless `condition` holds; `text` is the assertion's fixed text.
-#define VOX_ASSERT(condition, text)                 \
-  do {                                              \
-    if (!(condition)) [[unlikely]]                  \
-      ::Vox::fatal((text), __FILE__, __LINE__);     \
+#define VOX_ASSERT(condition, text)             \
+  do {                                          \
+    if (!(condition)) [[unlikely]]              \
+      ::Vox::fatal((text), __FILE__, __LINE__); \
   } while (false)

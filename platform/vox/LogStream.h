@@ -44,7 +44,8 @@ class AttrLogWriter {
 
  private:
   AttrLogWriter& little(uint64_t v, int width) {
-    for (int i = 0; i < width; ++i) out_.push_back(static_cast<char>((v >> (8 * i)) & 0xff));
+    for (int i = 0; i < width; ++i)
+      out_.push_back(static_cast<char>((v >> (8 * i)) & 0xff));
     return *this;
   }
   std::string& out_;

@@ -36,9 +36,13 @@ class PtrInterface {
 
   PtrInterface() = default;
   PtrInterface(const PtrInterface&) : refs_(0) {}
-  PtrInterface& operator=(const PtrInterface&) { return *this; }
+  PtrInterface& operator=(const PtrInterface&) {
+    return *this;
+  }
 
-  uint32_t references() const { return load(); }
+  uint32_t references() const {
+    return load();
+  }
 
   void newRef() const {
 #if VOX_THREAD_SAFE_PTR
@@ -50,17 +54,23 @@ class PtrInterface {
 
   void deleteRef() const {
 #if VOX_THREAD_SAFE_PTR
-    if (refs_.fetch_sub(1, std::memory_order_acq_rel) == 1) onZeroReferences();
+    if (refs_.fetch_sub(1, std::memory_order_acq_rel) == 1)
+      onZeroReferences();
 #else
-    if (--refs_ == 0) onZeroReferences();
+    if (--refs_ == 0)
+      onZeroReferences();
 #endif
   }
 
  protected:
-  virtual ~PtrInterface() { assert(load() == 0 && "destroying an object that is still referenced"); }
+  virtual ~PtrInterface() {
+    assert(load() == 0 && "destroying an object that is still referenced");
+  }
 
   // Called once the last reference is gone. Deletes the object.
-  virtual void onZeroReferences() const { delete this; }
+  virtual void onZeroReferences() const {
+    delete this;
+  }
 
  private:
   uint32_t load() const {
@@ -85,20 +95,22 @@ class Ptr {
 
   constexpr Ptr() noexcept = default;
   constexpr Ptr(std::nullptr_t) noexcept {}  // NOLINT: implicit from nullptr
-  Ptr(T* p) noexcept : p_(p) {                // NOLINT: implicit from a raw pointer, as `new T`
-    if (p_) p_->newRef();
+  Ptr(T* p) noexcept : p_(p) {               // NOLINT: implicit from a raw pointer, as `new T`
+    if (p_)
+      p_->newRef();
   }
   Ptr(const Ptr& other) noexcept : Ptr(other.p_) {}
   Ptr(Ptr&& other) noexcept : p_(std::exchange(other.p_, nullptr)) {}
   template <class U>
-    requires std::is_convertible_v<U*, T*>
-  Ptr(const Ptr<U>& other) noexcept : Ptr(other.ptr()) {}  // NOLINT: implicit upcast / to const
+  requires std::is_convertible_v<U*, T*> Ptr(const Ptr<U>& other)
+  noexcept : Ptr(other.ptr()) {}  // NOLINT: implicit upcast / to const
   template <class U>
-    requires std::is_convertible_v<U*, T*>
-  Ptr(Ptr<U>&& other) noexcept : p_(other.release()) {}  // NOLINT
+  requires std::is_convertible_v<U*, T*> Ptr(Ptr<U>&& other)
+  noexcept : p_(other.release()) {}  // NOLINT
 
   ~Ptr() {
-    if (p_) p_->deleteRef();
+    if (p_)
+      p_->deleteRef();
   }
 
   Ptr& operator=(Ptr other) noexcept {

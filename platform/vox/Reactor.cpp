@@ -3,7 +3,8 @@
 namespace Vox {
 
 void Reactor::hasNotificationActiveIs(bool active) {
-  if (active == hasNotificationActive_) return;
+  if (active == hasNotificationActive_)
+    return;
   hasNotificationActive_ = active;
   for (ReactorPart* part = firstPart_; part; part = part->nextPart_) {
     part->partNotificationActiveIs(active);
@@ -11,9 +12,11 @@ void Reactor::hasNotificationActiveIs(bool active) {
 }
 
 void Reactor::voxDoZombieReactors(bool zombie) {
-  if (zombie == zombie_) return;
+  if (zombie == zombie_)
+    return;
   zombie_ = zombie;
-  for (ReactorPart* part = firstPart_; part; part = part->nextPart_) part->partZombieIs(zombie);
+  for (ReactorPart* part = firstPart_; part; part = part->nextPart_)
+    part->partZombieIs(zombie);
   onZombie(zombie);
   deleting_ = zombie;
 }

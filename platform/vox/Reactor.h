@@ -172,7 +172,8 @@ class PerKeyReactorColl : public ReactorPart {
     const Key key = member->key();
     Ptr<VoxT> previous;
     if (Ptr<VoxT>* existing = table_.find(key)) {
-      if ((*existing)->member() == member.ptr()) return *existing;
+      if ((*existing)->member() == member.ptr())
+        return *existing;
       previous = *existing;
       table_.erase(key);
     }
@@ -186,27 +187,33 @@ class PerKeyReactorColl : public ReactorPart {
 
   void del(const Key& key) {
     Ptr<VoxT>* stored = table_.find(key);
-    if (!stored) return;
+    if (!stored)
+      return;
     Ptr<VoxT> reactor = *stored;
     table_.erase(key);
     retire(reactor);
   }
 
   void delAll() {
-    for (auto it = table_.begin(); it != table_.end(); ++it) del(it.key());
+    for (auto it = table_.begin(); it != table_.end(); ++it)
+      del(it.key());
   }
 
   void partNotificationActiveIs(bool active) override {
-    for (auto it = table_.begin(); it != table_.end(); ++it) it.value()->hasNotificationActiveIs(active);
+    for (auto it = table_.begin(); it != table_.end(); ++it)
+      it.value()->hasNotificationActiveIs(active);
   }
   void partZombieIs(bool zombie) override {
-    for (auto it = table_.begin(); it != table_.end(); ++it) it.value()->voxDoZombieReactors(zombie);
+    for (auto it = table_.begin(); it != table_.end(); ++it)
+      it.value()->voxDoZombieReactors(zombie);
   }
 
  private:
   static void retire(const Ptr<VoxT>& reactor) {
-    if (!reactor) return;
-    if constexpr (VoxT::kRemoval == Removal::kZombie) reactor->voxDoZombieReactors(true);
+    if (!reactor)
+      return;
+    if constexpr (VoxT::kRemoval == Removal::kZombie)
+      reactor->voxDoZombieReactors(true);
     reactor->hasNotificationActiveIs(false);
   }
 
@@ -232,18 +239,21 @@ class CollectionObserver : public Attr::OwnerType::NotifieeConst, public Reactor
   void notifierIs(const Ptr<const Coll>& coll) {
     Coll::NotifieeConst::notifierIs(coll);
     this->hasNotificationActiveIs(true);
-    if (!coll) return;
+    if (!coll)
+      return;
     for (auto it = Attr::of(*coll).begin(); it != Attr::of(*coll).end(); ++it) {
       perKey_.is(it.member());
     }
     for (auto it = perKey_.table().begin(); it != perKey_.table().end(); ++it) {
-      if (!Attr::of(*coll).find(it.key())) perKey_.del(it.key());
+      if (!Attr::of(*coll).find(it.key()))
+        perKey_.del(it.key());
     }
   }
 
   void onAttribute(const AttributeInfo& attr, const void* key) override {
     const Key* changed = Attr::match(attr, key);
-    if (!changed) return;
+    if (!changed)
+      return;
     if (auto* member = Attr::of(*this->notifier()).find(*changed)) {
       perKey_.is(Ptr<const typename Attr::Member>(member));
     } else {
@@ -287,7 +297,8 @@ class KeyObserver : public Attr::OwnerType::NotifieeConst, public ReactorPart {
   }
 
   void onAttribute(const AttributeInfo& attr, const void* key) override {
-    if (const auto* changed = Attr::match(attr, key)) std::invoke(Handler, host_, *changed);
+    if (const auto* changed = Attr::match(attr, key))
+      std::invoke(Handler, host_, *changed);
   }
 
   void partNotificationActiveIs(bool active) override { this->hasNotificationActiveIs(active); }

@@ -59,9 +59,12 @@ std::string dottedQuadText(uint32_t hostOrder) {
 
 namespace {
 int hexDigit(char c) {
-  if (c >= '0' && c <= '9') return c - '0';
-  if (c >= 'a' && c <= 'f') return c - 'a' + 10;
-  if (c >= 'A' && c <= 'F') return c - 'A' + 10;
+  if (c >= '0' && c <= '9')
+    return c - '0';
+  if (c >= 'a' && c <= 'f')
+    return c - 'a' + 10;
+  if (c >= 'A' && c <= 'F')
+    return c - 'A' + 10;
   return -1;
 }
 }  // namespace
@@ -143,13 +146,14 @@ std::optional<std::vector<std::string_view>> reflectedFields(
       !text.ends_with(kReflectedTail)) {
     return std::nullopt;
   }
-  std::string_view rest = text.substr(head.size(), text.size() - head.size() - kReflectedTail.size());
+  std::string_view rest =
+      text.substr(head.size(), text.size() - head.size() - kReflectedTail.size());
   std::vector<std::string_view> fields;
   bool first = true;
   for (std::string_view name : fieldNames) {
     const std::string key = fieldKey(first, name);
-    const std::size_t at = first ? (rest.starts_with(key) ? 0 : std::string_view::npos)
-                                 : rest.find(key);
+    const std::size_t at =
+        first ? (rest.starts_with(key) ? 0 : std::string_view::npos) : rest.find(key);
     if (at == std::string_view::npos) {
       return std::nullopt;
     }

@@ -40,7 +40,8 @@ bool globMatch(std::string_view pattern, std::string_view name) {
       return false;
     }
   }
-  while (p < pattern.size() && pattern[p] == '*') ++p;
+  while (p < pattern.size() && pattern[p] == '*')
+    ++p;
   return p == pattern.size();
 }
 
@@ -52,19 +53,23 @@ int parseLevel(std::string_view text, std::string_view entry) {
 }
 
 uint32_t parseLevels(std::string_view text, std::string_view entry) {
-  if (text == "none") return 0;
+  if (text == "none")
+    return 0;
   uint32_t mask = 0;
   while (true) {
     const auto plus = text.find('+');
     std::string_view range = text.substr(0, plus);
     const auto dash = range.find('-');
     const int low = parseLevel(range.substr(0, dash), entry);
-    const int high = dash == std::string_view::npos ? low : parseLevel(range.substr(dash + 1), entry);
+    const int high =
+        dash == std::string_view::npos ? low : parseLevel(range.substr(dash + 1), entry);
     if (high < low) {
       throw ParseError("trace specification", entry, "a level range N-M with N <= M");
     }
-    for (int level = low; level <= high; ++level) mask |= 1u << level;
-    if (plus == std::string_view::npos) break;
+    for (int level = low; level <= high; ++level)
+      mask |= 1u << level;
+    if (plus == std::string_view::npos)
+      break;
     text.remove_prefix(plus + 1);
   }
   return mask;
@@ -76,7 +81,8 @@ std::vector<TraceEntry> parseSpec(std::string_view spec) {
     const auto comma = spec.find(',');
     std::string_view entry = spec.substr(0, comma);
     spec = comma == std::string_view::npos ? std::string_view{} : spec.substr(comma + 1);
-    if (entry.empty()) continue;
+    if (entry.empty())
+      continue;
     const auto slash = entry.find('/');
     std::string_view pattern = entry.substr(0, slash);
     if (pattern.empty()) {
@@ -108,16 +114,19 @@ class TraceRegistry {
   void configure(std::vector<TraceEntry> entries) {
     std::lock_guard lock(mutex_);
     entries_ = std::move(entries);
-    for (TraceHandle* handle : handles_) apply(*handle, 0);
+    for (TraceHandle* handle : handles_)
+      apply(*handle, 0);
   }
   void outputIs(const std::string& path) {
     std::lock_guard lock(writeMutex_);
     std::FILE* file = nullptr;
     if (!path.empty()) {
       file = std::fopen(path.c_str(), "a");
-      if (!file) throw std::runtime_error("cannot open trace file '" + path + "' for appending");
+      if (!file)
+        throw std::runtime_error("cannot open trace file '" + path + "' for appending");
     }
-    if (out_ && out_ != stderr) std::fclose(out_);
+    if (out_ && out_ != stderr)
+      std::fclose(out_);
     out_ = file ? file : stderr;
   }
   void write(const std::string& line) {
@@ -137,15 +146,18 @@ class TraceRegistry {
     }
     if (const char* path = std::getenv("QUILL_TRACE_FILE"); path && *path) {
       out_ = std::fopen(path, "a");
-      if (!out_) std::fprintf(stderr, "quill: cannot open QUILL_TRACE_FILE '%s'; tracing to stderr\n", path);
+      if (!out_)
+        std::fprintf(stderr, "quill: cannot open QUILL_TRACE_FILE '%s'; tracing to stderr\n", path);
     }
-    if (!out_) out_ = stderr;
+    if (!out_)
+      out_ = stderr;
   }
 
   void apply(TraceHandle& handle, uint32_t base) const {
     uint32_t levels = base;
     for (const TraceEntry& entry : entries_) {
-      if (globMatch(entry.pattern, handle.name())) levels = entry.levels;
+      if (globMatch(entry.pattern, handle.name()))
+        levels = entry.levels;
     }
     handle.levelsIs(levels);
   }
@@ -177,7 +189,9 @@ TraceHandle::TraceHandle(std::string name, bool enabledAtStart) : name_(std::mov
   TraceRegistry::instance().add(this, enabledAtStart);
 }
 
-TraceHandle::~TraceHandle() { TraceRegistry::instance().remove(this); }
+TraceHandle::~TraceHandle() {
+  TraceRegistry::instance().remove(this);
+}
 
 void TraceHandle::write(int level, const char* file, int line, std::string_view message) const {
   std::string record = utcTimestamp();
@@ -195,8 +209,12 @@ void TraceHandle::write(int level, const char* file, int line, std::string_view 
   TraceRegistry::instance().write(record);
 }
 
-void traceConfigure(std::string_view spec) { TraceRegistry::instance().configure(parseSpec(spec)); }
+void traceConfigure(std::string_view spec) {
+  TraceRegistry::instance().configure(parseSpec(spec));
+}
 
-void traceOutputIs(const std::string& path) { TraceRegistry::instance().outputIs(path); }
+void traceOutputIs(const std::string& path) {
+  TraceRegistry::instance().outputIs(path);
+}
 
 }  // namespace Vox

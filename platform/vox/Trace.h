@@ -46,9 +46,7 @@ class TraceHandle {
   TraceHandle& operator=(const TraceHandle&) = delete;
 
   const std::string& name() const { return name_; }
-  bool enabled(int level) const {
-    return (levels_.load(std::memory_order_relaxed) >> level) & 1u;
-  }
+  bool enabled(int level) const { return (levels_.load(std::memory_order_relaxed) >> level) & 1u; }
   uint32_t levels() const { return levels_.load(std::memory_order_relaxed); }
   void levelsIs(uint32_t mask) { levels_.store(mask, std::memory_order_relaxed); }
 
@@ -72,9 +70,11 @@ void traceOutputIs(const std::string& path);
 // The file name of a source path as records show it: "quill/core/Foo.cpp" -> "Foo".
 constexpr std::string_view traceFileName(std::string_view path) {
   const auto slash = path.find_last_of('/');
-  if (slash != std::string_view::npos) path.remove_prefix(slash + 1);
+  if (slash != std::string_view::npos)
+    path.remove_prefix(slash + 1);
   const auto dot = path.find_last_of('.');
-  if (dot != std::string_view::npos) path.remove_suffix(path.size() - dot);
+  if (dot != std::string_view::npos)
+    path.remove_suffix(path.size() - dot);
   return path;
 }
 
@@ -92,25 +92,25 @@ void appendArgs(std::ostream& out, const First& first, const Rest&... rest) {
 
 // Writes `streamExpression` (anything `std::ostream << ...` accepts) on `handle` at `level` when
 // that level is on: VOX_TRACE(th, 9, "Adding nexthopConfig for " << ipAddr);
-#define VOX_TRACE(handle, level, streamExpression)                                     \
-  do {                                                                                 \
-    const ::Vox::TraceHandle& voxTraceHandle_ = (handle);                              \
-    if (voxTraceHandle_.enabled(level)) [[unlikely]] {                                 \
-      std::ostringstream voxTraceStream_;                                              \
-      voxTraceStream_ << streamExpression;                                             \
-      voxTraceHandle_.write((level), __FILE__, __LINE__, voxTraceStream_.str());       \
-    }                                                                                  \
+#define VOX_TRACE(handle, level, streamExpression)                               \
+  do {                                                                           \
+    const ::Vox::TraceHandle& voxTraceHandle_ = (handle);                        \
+    if (voxTraceHandle_.enabled(level)) [[unlikely]] {                           \
+      std::ostringstream voxTraceStream_;                                        \
+      voxTraceStream_ << streamExpression;                                       \
+      voxTraceHandle_.write((level), __FILE__, __LINE__, voxTraceStream_.str()); \
+    }                                                                            \
   } while (false)
 
 // The function-entry record at level 8: the function's name, "()", then each argument's text
 // form preceded by one blank: "Mpls::IraNexthopConfigSm::handleIpAddr() 10.0.0.1".
-#define VOX_TRACE_FUNC(handle, functionName, ...)                                            \
-  do {                                                                                       \
-    const ::Vox::TraceHandle& voxTraceHandle_ = (handle);                                    \
-    if (voxTraceHandle_.enabled(8)) [[unlikely]] {                                           \
-      std::ostringstream voxTraceStream_;                                                    \
-      voxTraceStream_ << functionName << "()";                                               \
-      ::Vox::detail::appendArgs(voxTraceStream_ __VA_OPT__(, ) __VA_ARGS__);                 \
-      voxTraceHandle_.write(8, __FILE__, __LINE__, voxTraceStream_.str());                   \
-    }                                                                                        \
+#define VOX_TRACE_FUNC(handle, functionName, ...)                            \
+  do {                                                                       \
+    const ::Vox::TraceHandle& voxTraceHandle_ = (handle);                    \
+    if (voxTraceHandle_.enabled(8)) [[unlikely]] {                           \
+      std::ostringstream voxTraceStream_;                                    \
+      voxTraceStream_ << functionName << "()";                               \
+      ::Vox::detail::appendArgs(voxTraceStream_ __VA_OPT__(, ) __VA_ARGS__); \
+      voxTraceHandle_.write(8, __FILE__, __LINE__, voxTraceStream_.str());   \
+    }                                                                        \
   } while (false)

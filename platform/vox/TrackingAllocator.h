@@ -32,7 +32,9 @@ enum class MemoryKind : uint8_t {
 
 class Memory {
  public:
-  static int64_t liveBytes(MemoryKind kind) { return counter(kind).load(std::memory_order_relaxed); }
+  static int64_t liveBytes(MemoryKind kind) {
+    return counter(kind).load(std::memory_order_relaxed);
+  }
   static int64_t totalLiveBytes();
   static std::string_view kindName(MemoryKind kind);
 

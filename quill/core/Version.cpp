@@ -2,6 +2,8 @@
 
 namespace Quill {
 
-std::string_view version() { return "0.1.0"; }
+std::string_view version() {
+  return "0.1.0";
+}
 
 }  // namespace Quill

@@ -40,7 +40,8 @@ TEST_F(EntityTest, NotifiesOncePerRealChangeAndNeverForNoOps) {
 TEST_F(EntityTest, ObserversSeeTheChangeAlreadyApplied) {
   struct Checker : TestColl::NotifieeConst {
     void onAttribute(const Vox::AttributeInfo& attr, const void* key) override {
-      if (auto* k = TestColl::itemAttribute::match(attr, key)) present.push_back(bool(notifier()->item(*k)));
+      if (auto* k = TestColl::itemAttribute::match(attr, key))
+        present.push_back(bool(notifier()->item(*k)));
     }
     std::vector<bool> present;
   } checker;
@@ -64,7 +65,8 @@ TEST_F(EntityTest, MembersAreChildrenUntilRemovedAndSurviveWhileHeld) {
 }
 
 TEST_F(EntityTest, DeleteAllNotifiesEveryMember) {
-  for (uint32_t v = 0; v < 5; ++v) coll->flagIs({v});
+  for (uint32_t v = 0; v < 5; ++v)
+    coll->flagIs({v});
   recorder.events.clear();
   coll->flagDelAll();
   EXPECT_EQ(recorder.events.size(), 5u);
@@ -93,7 +95,8 @@ struct Actor : TestColl::NotifieeConst {
   std::function<void()> action;
   int calls = 0;
   void onAttribute(const Vox::AttributeInfo&, const void*) override {
-    if (calls++ == 0 && action) action();
+    if (calls++ == 0 && action)
+      action();
   }
 };
 

@@ -39,7 +39,8 @@ TEST(HashTest, HashMixEqualsBlockwiseBytes) {
 }
 
 TEST(HashTest, FieldOrderMatters) {
-  EXPECT_NE(Vox::Hash(0).hashMix(1).hashMix(2).result(), Vox::Hash(0).hashMix(2).hashMix(1).result());
+  EXPECT_NE(Vox::Hash(0).hashMix(1).hashMix(2).result(),
+            Vox::Hash(0).hashMix(2).hashMix(1).result());
   EXPECT_EQ(Vox::hashSingleAttr(5, 42), Vox::Hash(5).hashMix(42).result());
   EXPECT_NE(Vox::hashSingleAttr(0, 42), Vox::hashSingleAttr(1, 42));
 }

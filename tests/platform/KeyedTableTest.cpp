@@ -17,7 +17,8 @@ using Set = Vox::KeyedSet<TestKey>;
 
 std::multiset<uint32_t> contents(const Set& set) {
   std::multiset<uint32_t> out;
-  for (const TestKey& key : set) out.insert(key.value);
+  for (const TestKey& key : set)
+    out.insert(key.value);
   return out;
 }
 
@@ -43,9 +44,12 @@ TEST(KeyedTableTest, AgreesWithUnorderedSetOverRandomOperations) {
 
 TEST(KeyedTableTest, CollidingKeysStayDistinct) {
   Vox::KeyedSet<CollidingKey> set;
-  for (uint32_t v = 0; v < 50; ++v) EXPECT_TRUE(set.insert({v}));
-  for (uint32_t v = 0; v < 50; v += 2) EXPECT_TRUE(set.erase({v}));
-  for (uint32_t v = 0; v < 50; ++v) EXPECT_EQ(set.contains({v}), v % 2 == 1) << v;
+  for (uint32_t v = 0; v < 50; ++v)
+    EXPECT_TRUE(set.insert({v}));
+  for (uint32_t v = 0; v < 50; v += 2)
+    EXPECT_TRUE(set.erase({v}));
+  for (uint32_t v = 0; v < 50; ++v)
+    EXPECT_EQ(set.contains({v}), v % 2 == 1) << v;
 }
 
 TEST(KeyedTableTest, VersionChangesOnEveryInsertAndRemoveOnly) {
@@ -65,7 +69,8 @@ TEST(KeyedTableTest, VersionChangesOnEveryInsertAndRemoveOnly) {
 class KeyedTableIterationTest : public ::testing::Test {
  protected:
   void SetUp() override {
-    for (uint32_t v = 0; v < 100; ++v) set.insert({v});
+    for (uint32_t v = 0; v < 100; ++v)
+      set.insert({v});
   }
   Set set;
 };
@@ -75,7 +80,8 @@ TEST_F(KeyedTableIterationTest, RemovingTheCurrentElementVisitsEveryOtherOnce) {
   for (auto it = set.begin(); it != set.end(); ++it) {
     const TestKey key = *it;
     visited.insert(key.value);
-    if (key.value % 3 == 0) set.erase(key);
+    if (key.value % 3 == 0)
+      set.erase(key);
   }
   EXPECT_EQ(visited.size(), 100u);
   EXPECT_EQ(std::set<uint32_t>(visited.begin(), visited.end()).size(), 100u);
@@ -102,18 +108,22 @@ TEST_F(KeyedTableIterationTest, InsertsDuringIterationKeepExistingElementsExactl
   const uint32_t firstValue = firstKey->value;
   for (const TestKey& key : set) {
     visited.insert(key.value);
-    if (key.value < 100) set.insert({key.value + 1000});  // grows the table many times over
+    if (key.value < 100)
+      set.insert({key.value + 1000});  // grows the table many times over
   }
   EXPECT_EQ(firstKey->value, firstValue) << "elements must not move when the table grows";
-  for (uint32_t v = 0; v < 100; ++v) EXPECT_EQ(visited.count(v), 1u) << v;
+  for (uint32_t v = 0; v < 100; ++v)
+    EXPECT_EQ(visited.count(v), 1u) << v;
   EXPECT_EQ(set.size(), 200u);
 }
 
 TEST_F(KeyedTableIterationTest, ResumesFromAKey) {
   std::vector<uint32_t> order;
-  for (const TestKey& key : set) order.push_back(key.value);
+  for (const TestKey& key : set)
+    order.push_back(key.value);
   std::vector<uint32_t> resumed;
-  for (auto it = set.iteratorAt({order[40]}); it != set.end(); ++it) resumed.push_back(it->value);
+  for (auto it = set.iteratorAt({order[40]}); it != set.end(); ++it)
+    resumed.push_back(it->value);
   EXPECT_EQ(resumed, std::vector<uint32_t>(order.begin() + 40, order.end()));
   EXPECT_TRUE(set.iteratorAt({12345}) == set.end());
 }
@@ -122,11 +132,13 @@ TEST(KeyedTableTest, ReleasesStorageWhenEmptiedAndCountsItsBytes) {
   const int64_t before = Vox::Memory::liveBytes(Vox::MemoryKind::kKeyedSet);
   {
     Set set;
-    for (uint32_t v = 0; v < 1000; ++v) set.insert({v});
+    for (uint32_t v = 0; v < 1000; ++v)
+      set.insert({v});
     EXPECT_GT(Vox::Memory::liveBytes(Vox::MemoryKind::kKeyedSet), before);
     EXPECT_EQ(Vox::Memory::liveBytes(Vox::MemoryKind::kKeyedSet) - before,
               static_cast<int64_t>(set.allocatedBytes()));
-    for (uint32_t v = 0; v < 1000; ++v) set.erase({v});
+    for (uint32_t v = 0; v < 1000; ++v)
+      set.erase({v});
     EXPECT_EQ(set.allocatedBytes(), 0u);
   }
   EXPECT_EQ(Vox::Memory::liveBytes(Vox::MemoryKind::kKeyedSet), before);

@@ -63,16 +63,19 @@ TEST(PtrTest, ReleaseHandsTheReferenceOver) {
 // Only meaningful in the thread-safe-pointer build, where counts are atomic; the plain build
 // shares pointers within one thread only.
 TEST(PtrTest, ConcurrentCopiesKeepTheCountExactInThreadSafeMode) {
-  if (!Vox::PtrInterface::kThreadSafe) GTEST_SKIP() << "plain reference counts";
+  if (!Vox::PtrInterface::kThreadSafe)
+    GTEST_SKIP() << "plain reference counts";
   int destroyed = 0;
   Vox::Ptr<Counted> shared(new Counted(&destroyed));
   std::vector<std::thread> threads;
   for (int t = 0; t < 4; ++t) {
     threads.emplace_back([&shared] {
-      for (int i = 0; i < 100000; ++i) Vox::Ptr<Counted> copy = shared;
+      for (int i = 0; i < 100000; ++i)
+        Vox::Ptr<Counted> copy = shared;
     });
   }
-  for (auto& thread : threads) thread.join();
+  for (auto& thread : threads)
+    thread.join();
   EXPECT_EQ(shared->references(), 1u);
   shared = nullptr;
   EXPECT_EQ(destroyed, 1);

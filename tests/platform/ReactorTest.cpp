@@ -22,15 +22,18 @@ class LoggingReactor : public Vox::Reactor {
     using Vox::MemberReactor<VoxItem, LoggingReactor, TestItem>::MemberReactor;
 
     void handleItem() {
-      if (!this->ownerAlive()) return;
+      if (!this->ownerAlive())
+        return;
       std::string tags;
-      for (const TestKey& tag : this->member()->tagColl()) tags += " " + std::to_string(tag.value);
-      this->owner()->log.push_back("whole " + this->member()->name() + (this->zombie() ? " zombie" : "") +
-                                   tags);
+      for (const TestKey& tag : this->member()->tagColl())
+        tags += " " + std::to_string(tag.value);
+      this->owner()->log.push_back("whole " + this->member()->name() +
+                                   (this->zombie() ? " zombie" : "") + tags);
     }
     void onAttribute(const Vox::AttributeInfo& attr, const void* key) override {
       if (auto* tag = TestItem::tagAttribute::match(attr, key)) {
-        this->owner()->log.push_back("tag " + this->member()->name() + " " + std::to_string(tag->value));
+        this->owner()->log.push_back("tag " + this->member()->name() + " " +
+                                     std::to_string(tag->value));
       }
     }
     static constexpr auto kWholeMemberHandler = &VoxItem::handleItem;
@@ -132,8 +135,9 @@ TYPED_TEST(ReactorTest, NullMemberIsARangeError) {
     this->reactor->item.is(nullptr);
     FAIL() << "expected a range exception";
   } catch (const Vox::RangeException& error) {
-    EXPECT_STREQ(error.what(),
-                 "null _item parameter to mutator for QuillTest::LoggingReactor::item not allowed\"");
+    EXPECT_STREQ(
+        error.what(),
+        "null _item parameter to mutator for QuillTest::LoggingReactor::item not allowed\"");
   }
 }
 

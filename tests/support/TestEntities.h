@@ -17,7 +17,9 @@ struct TestKey {
   bool operator<(const TestKey& other) const { return value < other.value; }
   uint32_t hash(uint32_t seed) const { return Vox::hashSingleAttr(seed, value); }
   std::string valueToStrep() const { return std::to_string(value); }
-  friend std::ostream& operator<<(std::ostream& out, const TestKey& key) { return out << key.value; }
+  friend std::ostream& operator<<(std::ostream& out, const TestKey& key) {
+    return out << key.value;
+  }
 };
 
 // A key whose hash is constant: every key collides.

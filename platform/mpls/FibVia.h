@@ -1,0 +1,50 @@
+#pragma once
+// A next-hop via: the next hop's address, then the outgoing interface.
+//
+// The hash is unseeded and ignores the address family: it is the IPv6 hash of the address's
+// 16-byte field XOR the interface's hash, so IPv4 1.2.3.4 and IPv6 ::ffff:1.2.3.4 out of the same
+// interface hash alike (every collection keyed by vias uses this hash). Equality still compares
+// the family, so such vias are different keys that merely share a bucket.
+//
+// Ordering: by address (family, then bytes), then by interface.
+//
+// Text: "HOP-INTF", e.g. "10.1.1.2-Ethernet1"; the default via is "0.0.0.0-". Parsing splits at
+// the first '-': address texts never contain one, interface names may ("Port-Channel10").
+//
+//   auto via = Mpls::FibVia::sequenceToValue("10.1.1.2-Port-Channel10");
+//   via.intfId().valueToStrep();   // "Port-Channel10"
+#include <compare>
+#include <cstdint>
+#include <iosfwd>
+#include <string>
+#include <string_view>
+
+#include "platform/vela/IntfId.h"
+#include "platform/vela/IpAddr.h"
+#include "platform/vox/LogStream.h"
+
+namespace Mpls {
+
+class FibVia {
+ public:
+  FibVia() = default;
+  FibVia(const Vela::IpGenAddr& hop, Vela::IntfId intfId) : hop_(hop), intfId_(intfId) {}
+  explicit FibVia(Vox::AttrLogReader& in);
+
+  const Vela::IpGenAddr& hop() const { return hop_; }
+  Vela::IntfId intfId() const { return intfId_; }
+
+  auto operator<=>(const FibVia&) const = default;
+  uint32_t hash() const;
+
+  std::string valueToStrep() const;
+  friend std::ostream& operator<<(std::ostream& os, const FibVia& via);
+  static FibVia sequenceToValue(std::string_view text);
+  void logTo(Vox::AttrLogWriter& out) const;
+
+ private:
+  Vela::IpGenAddr hop_;
+  Vela::IntfId intfId_;
+};
+
+}  // namespace Mpls

@@ -1,0 +1,107 @@
+#pragma once
+// The shape every hand-written stage reactor shares.
+//
+// A stage derives from `StageReactor<Self>` and declares its qualified name:
+//
+//   class IpAddrRouterIdInfoSm : public Quill::StageReactor<IpAddrRouterIdInfoSm> {
+//    public:
+//     static constexpr Quill::StaticName kQualifiedName = "Mpls::IpAddrRouterIdInfoSm";
+//     static Vox::Ptr<IpAddrRouterIdInfoSm> IpAddrRouterIdInfoSmIs(...) { return create(...); }
+//     void handleInitialized() {
+//       const auto scope = enterHandleInitialized();   // trace, timer, initialized = true
+//       ...scan the inputs, replay the output...
+//     }
+//     void handleDelete() { leaveInitialized(); }
+//     ~IpAddrRouterIdInfoSm() override { handleDelete(); }
+//   };
+//
+// It then gets:
+// - its trace handle "Quill" + its type name ("QuillIpAddrRouterIdInfoSm"), created on first use
+//   and kept for the process (`traceHandle()`), and `QUILL_TRACE_FUNC(args...)`, the level-8
+//   function-entry record "Mpls::IpAddrRouterIdInfoSm::handleRouterIpAddr() 2.2.2.2:0 10.0.0.1";
+// - `create(args...)`: allocate, construct, turn notifications on (the static creator `XSmIs`
+//   forwards to it);
+// - the lifecycle handlers' common steps: a level-8 record naming the handler, carrying the
+//   reactor's source file and line, a binary-tracer block timer for the handler's whole run, and
+//   for `handleDelete` the record "handleDelete()" in the binary trace. `handleDelete` only
+//   clears `initialized`: it unsubscribes nothing and clears no output.
+//
+// The constructor of a stage stores its inputs and output, creates its observers (which create
+// the per-key reactors of members already present) and ends by calling `handleInitialized()`, so
+// a reactor created late catches up with its inputs at once.
+#include <source_location>
+#include <string>
+#include <utility>
+
+#include "platform/rapidlog/Rapidlog.h"
+#include "platform/rapidlog/Twinlog.h"
+#include "platform/vox/Reactor.h"
+#include "platform/vox/Trace.h"
+#include "quill/core/StaticName.h"
+
+namespace Quill {
+
+template <class Derived>
+class StageReactor : public Vox::Reactor {
+ public:
+  static Vox::TraceHandle& traceHandle() {
+    static constexpr auto kHandleName =
+        StaticName("Quill") + unqualified<Derived::kQualifiedName>();
+    static Vox::TraceHandle handle(std::string(kHandleName.view()), false);
+    return handle;
+  }
+
+  template <class... Args>
+  static Vox::Ptr<Derived> create(Args&&... args) {
+    return Vox::create<Derived>(std::forward<Args>(args)...);
+  }
+
+ protected:
+  // Lives for the whole lifecycle handler: its binary-tracer block timer.
+  class LifecycleScope {
+   public:
+    explicit LifecycleScope(const Rapidlog::Site& site) : timer_(site) {}
+
+   private:
+    Rapidlog::BlockTimer timer_;
+  };
+
+  // The first step of `handleInitialized`: the level-8 record, the block timer (running until
+  // the returned scope ends) and `initialized` set.
+  [[nodiscard]] LifecycleScope enterHandleInitialized(
+      std::source_location where = std::source_location::current()) {
+    static constexpr auto kName = Derived::kQualifiedName + StaticName("::handleInitialized");
+    static constinit Rapidlog::Site site{kName.c_str()};
+    traceLifecycle("handleInitialized", where);
+    initializedIs(true);
+    return LifecycleScope(site);
+  }
+
+  // The whole of `handleDelete`: the level-8 record and the binary-trace record under a block
+  // timer, then `initialized` cleared.
+  void leaveInitialized(std::source_location where = std::source_location::current()) {
+    static constexpr auto kName = Derived::kQualifiedName + StaticName("::handleDelete");
+    static constinit Rapidlog::Site site{kName.c_str()};
+    const LifecycleScope scope(site);
+    traceLifecycle("handleDelete", where);
+    Twinlog::RapidlogConverter(traceHandle().name(), 8) << "handleDelete"
+                                                        << "()";
+    initializedIs(false);
+  }
+
+ private:
+  static void traceLifecycle(const char* handler, const std::source_location& where) {
+    if (traceHandle().enabled(8)) [[unlikely]] {
+      traceHandle().write(8, where.file_name(), static_cast<int>(where.line()),
+                          std::string(Derived::kQualifiedName.view()) + "::" + handler + "()");
+    }
+  }
+};
+
+}  // namespace Quill
+
+// The level-8 function-entry record of a reactor member function: qualified name, "()", and the
+// arguments' text forms, each preceded by a blank.
+#define QUILL_TRACE_FUNC(...)                         \
+  VOX_TRACE_FUNC(traceHandle(), kQualifiedName.view() \
+                                    << "::" << __func__ __VA_OPT__(, ) __VA_ARGS__)
