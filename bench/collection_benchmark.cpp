@@ -48,9 +48,12 @@ void BM_KeyedSetAttributeIsFindDel(benchmark::State& state) {
   observer.notifierIs(entity);
   observer.hasNotificationActiveIs(true);
   for (auto _ : state) {
-    for (const auto& key : keys) entity->ipAddrIs(key);
-    for (const auto& key : keys) benchmark::DoNotOptimize(entity->ipAddr(key));
-    for (const auto& key : keys) entity->ipAddrDel(key);
+    for (const auto& key : keys)
+      entity->ipAddrIs(key);
+    for (const auto& key : keys)
+      benchmark::DoNotOptimize(entity->ipAddr(key));
+    for (const auto& key : keys)
+      entity->ipAddrDel(key);
   }
   setCounters(state);
 }
@@ -59,9 +62,12 @@ void BM_UnorderedSetInsertFindErase(benchmark::State& state) {
   const auto keys = addresses(state.range(0));
   std::unordered_set<Vela::IpGenAddr, FrameworkHash> set;
   for (auto _ : state) {
-    for (const auto& key : keys) set.insert(key);
-    for (const auto& key : keys) benchmark::DoNotOptimize(set.count(key));
-    for (const auto& key : keys) set.erase(key);
+    for (const auto& key : keys)
+      set.insert(key);
+    for (const auto& key : keys)
+      benchmark::DoNotOptimize(set.count(key));
+    for (const auto& key : keys)
+      set.erase(key);
   }
   setCounters(state);
 }
@@ -73,9 +79,12 @@ void BM_EntityCollIsFindDel(benchmark::State& state) {
   observer.notifierIs(coll);
   observer.hasNotificationActiveIs(true);
   for (auto _ : state) {
-    for (const auto& key : keys) coll->ipNexthopIs(key);
-    for (const auto& key : keys) benchmark::DoNotOptimize(coll->ipNexthop(key));
-    for (const auto& key : keys) coll->ipNexthopDel(key);
+    for (const auto& key : keys)
+      coll->ipNexthopIs(key);
+    for (const auto& key : keys)
+      benchmark::DoNotOptimize(coll->ipNexthop(key));
+    for (const auto& key : keys)
+      coll->ipNexthopDel(key);
   }
   setCounters(state);
 }
@@ -86,9 +95,12 @@ void BM_UnorderedMapOfMembersEmplaceFindErase(benchmark::State& state) {
   const auto keys = addresses(state.range(0));
   std::unordered_map<Vela::IpGenAddr, Vox::Ptr<Mpls::IpNexthopInfo>, FrameworkHash> map;
   for (auto _ : state) {
-    for (const auto& key : keys) map.try_emplace(key, new Mpls::IpNexthopInfo(key));
-    for (const auto& key : keys) benchmark::DoNotOptimize(map.find(key));
-    for (const auto& key : keys) map.erase(key);
+    for (const auto& key : keys)
+      map.try_emplace(key, new Mpls::IpNexthopInfo(key));
+    for (const auto& key : keys)
+      benchmark::DoNotOptimize(map.find(key));
+    for (const auto& key : keys)
+      map.erase(key);
   }
   setCounters(state);
 }
