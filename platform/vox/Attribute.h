@@ -145,106 +145,98 @@ class EntityCollAttribute {
 
 }  // namespace Vox
 
-#define VOX_SET_ATTRIBUTE(Owner, name, KeyType)                                                 \
- public:                                                                                        \
-  struct name##Attribute : ::Vox::AttributeDescriptor<KeyType> {                                \
-    using Key = KeyType;                                                                        \
-    using OwnerType = Owner;                                                                    \
-    static constexpr ::Vox::AttributeInfo info{#name};                                          \
-    static const KeyType* match(const ::Vox::AttributeInfo& attr, const void* key) {            \
-      return matchInfo(info, attr, key);                                                        \
-    }                                                                                           \
-    static const ::Vox::SetAttribute<KeyType>& of(const Owner& owner) { return owner.name##_; } \
-  };                                                                                            \
-  bool name(const KeyType& key) const {                                                         \
-    return name##_.contains(key);                                                               \
-  }                                                                                             \
-  std::size_t name##s() const {                                                                 \
-    return name##_.size();                                                                      \
-  }                                                                                             \
-  const ::Vox::KeyedSet<KeyType>& name##Coll() const {                                          \
-    return name##_.coll();                                                                      \
-  }                                                                                             \
-  void name##Is(const KeyType& key) {                                                           \
-    name##_.insert(*this, name##Attribute::info, key);                                          \
-  }                                                                                             \
-  void name##Del(const KeyType& key) {                                                          \
-    name##_.erase(*this, name##Attribute::info, key);                                           \
-  }                                                                                             \
-  void name##DelAll() {                                                                         \
-    name##_.eraseAll(*this, name##Attribute::info);                                             \
-  }                                                                                             \
-                                                                                                \
- private:                                                                                       \
-  ::Vox::SetAttribute<KeyType> name##_;                                                         \
-                                                                                                \
+// The descriptor every attribute macro declares (see above); trailing arguments add members.
+#define VOX_ATTRIBUTE_DESCRIPTOR(Owner, name, KeyType, ...)                          \
+  struct name##Attribute : ::Vox::AttributeDescriptor<KeyType> {                     \
+    using Key = KeyType;                                                             \
+    using OwnerType = Owner;                                                         \
+    static constexpr ::Vox::AttributeInfo info{#name};                               \
+    static const KeyType* match(const ::Vox::AttributeInfo& attr, const void* key) { \
+      return matchInfo(info, attr, key);                                             \
+    }                                                                                \
+    __VA_ARGS__                                                                      \
+  };
+
+#define VOX_SET_ATTRIBUTE(Owner, name, KeyType)                                                    \
+ public:                                                                                           \
+  VOX_ATTRIBUTE_DESCRIPTOR(                                                                        \
+      Owner, name, KeyType,                                                                        \
+      static const ::Vox::SetAttribute<KeyType>& of(const Owner& owner) { return owner.name##_; }) \
+  bool name(const KeyType& key) const {                                                            \
+    return name##_.contains(key);                                                                  \
+  }                                                                                                \
+  std::size_t name##s() const {                                                                    \
+    return name##_.size();                                                                         \
+  }                                                                                                \
+  const ::Vox::KeyedSet<KeyType>& name##Coll() const {                                             \
+    return name##_.coll();                                                                         \
+  }                                                                                                \
+  void name##Is(const KeyType& key) {                                                              \
+    name##_.insert(*this, name##Attribute::info, key);                                             \
+  }                                                                                                \
+  void name##Del(const KeyType& key) {                                                             \
+    name##_.erase(*this, name##Attribute::info, key);                                              \
+  }                                                                                                \
+  void name##DelAll() {                                                                            \
+    name##_.eraseAll(*this, name##Attribute::info);                                                \
+  }                                                                                                \
+                                                                                                   \
+ private:                                                                                          \
+  ::Vox::SetAttribute<KeyType> name##_;                                                            \
+                                                                                                   \
  public:
 
-#define VOX_ENTITY_COLL_ATTRIBUTE(Owner, name, KeyType, MemberType)                        \
- public:                                                                                   \
-  struct name##Attribute : ::Vox::AttributeDescriptor<KeyType> {                           \
-    using Key = KeyType;                                                                   \
-    using Member = MemberType;                                                             \
-    using OwnerType = Owner;                                                               \
-    static constexpr ::Vox::AttributeInfo info{#name};                                     \
-    static const KeyType* match(const ::Vox::AttributeInfo& attr, const void* key) {       \
-      return matchInfo(info, attr, key);                                                   \
-    }                                                                                      \
-    static const ::Vox::EntityCollAttribute<KeyType, MemberType>& of(const Owner& owner) { \
-      return owner.name##_;                                                                \
-    }                                                                                      \
-  };                                                                                       \
-  ::Vox::Ptr<const MemberType> name(const KeyType& key) const {                            \
-    return name##_.find(key);                                                              \
-  }                                                                                        \
-  ::Vox::Ptr<MemberType> name(const KeyType& key) {                                        \
-    return name##_.find(key);                                                              \
-  }                                                                                        \
-  std::size_t name##s() const {                                                            \
-    return name##_.size();                                                                 \
-  }                                                                                        \
-  const ::Vox::EntityCollAttribute<KeyType, MemberType>& name##Coll() const {              \
-    return name##_;                                                                        \
-  }                                                                                        \
-  ::Vox::EntityCollAttribute<KeyType, MemberType>& name##Coll() {                          \
-    return name##_;                                                                        \
-  }                                                                                        \
-  ::Vox::Ptr<MemberType> name##Is(const KeyType& key) {                                    \
-    return name##_.insert(*this, name##Attribute::info, key);                              \
-  }                                                                                        \
-  void name##Del(const KeyType& key) {                                                     \
-    name##_.erase(*this, name##Attribute::info, key);                                      \
-  }                                                                                        \
-  void name##DelAll() {                                                                    \
-    name##_.eraseAll(*this, name##Attribute::info);                                        \
-  }                                                                                        \
-                                                                                           \
- private:                                                                                  \
-  ::Vox::EntityCollAttribute<KeyType, MemberType> name##_;                                 \
-                                                                                           \
+#define VOX_ENTITY_COLL_ATTRIBUTE(Owner, name, KeyType, MemberType)                          \
+ public:                                                                                     \
+  VOX_ATTRIBUTE_DESCRIPTOR(                                                                  \
+      Owner, name, KeyType, using Member = MemberType;                                       \
+      static const ::Vox::EntityCollAttribute<KeyType, MemberType>& of(const Owner& owner) { \
+        return owner.name##_;                                                                \
+      })                                                                                     \
+  ::Vox::Ptr<const MemberType> name(const KeyType& key) const {                              \
+    return name##_.find(key);                                                                \
+  }                                                                                          \
+  ::Vox::Ptr<MemberType> name(const KeyType& key) {                                          \
+    return name##_.find(key);                                                                \
+  }                                                                                          \
+  std::size_t name##s() const {                                                              \
+    return name##_.size();                                                                   \
+  }                                                                                          \
+  const ::Vox::EntityCollAttribute<KeyType, MemberType>& name##Coll() const {                \
+    return name##_;                                                                          \
+  }                                                                                          \
+  ::Vox::EntityCollAttribute<KeyType, MemberType>& name##Coll() {                            \
+    return name##_;                                                                          \
+  }                                                                                          \
+  ::Vox::Ptr<MemberType> name##Is(const KeyType& key) {                                      \
+    return name##_.insert(*this, name##Attribute::info, key);                                \
+  }                                                                                          \
+  void name##Del(const KeyType& key) {                                                       \
+    name##_.erase(*this, name##Attribute::info, key);                                        \
+  }                                                                                          \
+  void name##DelAll() {                                                                      \
+    name##_.eraseAll(*this, name##Attribute::info);                                          \
+  }                                                                                          \
+                                                                                             \
+ private:                                                                                    \
+  ::Vox::EntityCollAttribute<KeyType, MemberType> name##_;                                   \
+                                                                                             \
  public:
 
-#define VOX_VALUE_ATTRIBUTE(Owner, name, Type, initial)                           \
- public:                                                                          \
-  struct name##Attribute : ::Vox::AttributeDescriptor<Type> {                     \
-    using Key = Type;                                                             \
-    using OwnerType = Owner;                                                      \
-    static constexpr ::Vox::AttributeInfo info{#name};                            \
-    static const Type* match(const ::Vox::AttributeInfo& attr, const void* key) { \
-      return matchInfo(info, attr, key);                                          \
-    }                                                                             \
-  };                                                                              \
-  const Type& name() const {                                                      \
-    return name##_;                                                               \
-  }                                                                               \
-  void name##Is(const Type& value) {                                              \
-    if (value == name##_)                                                         \
-      return;                                                                     \
-    name##_ = value;                                                              \
-    notifyAttribute(name##Attribute::info, &name##_);                             \
-  }                                                                               \
-                                                                                  \
- private:                                                                         \
-  Type name##_ = initial;                                                         \
-                                                                                  \
+#define VOX_VALUE_ATTRIBUTE(Owner, name, Type, initial) \
+ public:                                                \
+  VOX_ATTRIBUTE_DESCRIPTOR(Owner, name, Type)           \
+  const Type& name() const {                            \
+    return name##_;                                     \
+  }                                                     \
+  void name##Is(const Type& value) {                    \
+    if (value == name##_)                               \
+      return;                                           \
+    name##_ = value;                                    \
+    notifyAttribute(name##Attribute::info, &name##_);   \
+  }                                                     \
+                                                        \
+ private:                                               \
+  Type name##_ = initial;                               \
+                                                        \
  public:

@@ -223,9 +223,24 @@ class PerKeyReactorColl : public ReactorPart {
   Table table_;
 };
 
+// An observer that is a reactor part: its notifications follow the reactor's, and it unhooks
+// from its notifier while the reactor is a zombie.
+template <class Notifiee>
+class ObserverPart : public Notifiee, public ReactorPart {
+ public:
+  void partNotificationActiveIs(bool active) override { this->hasNotificationActiveIs(active); }
+  void partZombieIs(bool zombie) override {
+    if (zombie) {
+      this->unhook();
+    } else {
+      this->hook();
+    }
+  }
+};
+
 // Keeps a per-key reactor for every member of one entity-collection attribute of a collection.
 template <class Attr, class VoxT>
-class CollectionObserver : public Attr::OwnerType::NotifieeConst, public ReactorPart {
+class CollectionObserver : public ObserverPart<typename Attr::OwnerType::NotifieeConst> {
   using Coll = typename Attr::OwnerType;
   using Key = typename Attr::Key;
 
@@ -261,15 +276,6 @@ class CollectionObserver : public Attr::OwnerType::NotifieeConst, public Reactor
     }
   }
 
-  void partNotificationActiveIs(bool active) override { this->hasNotificationActiveIs(active); }
-  void partZombieIs(bool zombie) override {
-    if (zombie) {
-      this->unhook();
-    } else {
-      this->hook();
-    }
-  }
-
  private:
   PerKeyReactorColl<VoxT>& perKey_;
 };
@@ -285,7 +291,7 @@ struct MemberFunctionClass<R (C::*)(A...)> {
 
 // Calls `Handler` of its host with every changed key of attribute `Attr`.
 template <class Attr, auto Handler>
-class KeyObserver : public Attr::OwnerType::NotifieeConst, public ReactorPart {
+class KeyObserver : public ObserverPart<typename Attr::OwnerType::NotifieeConst> {
   using Host = typename detail::MemberFunctionClass<decltype(Handler)>::type;
 
  public:
@@ -299,15 +305,6 @@ class KeyObserver : public Attr::OwnerType::NotifieeConst, public ReactorPart {
   void onAttribute(const AttributeInfo& attr, const void* key) override {
     if (const auto* changed = Attr::match(attr, key))
       std::invoke(Handler, host_, *changed);
-  }
-
-  void partNotificationActiveIs(bool active) override { this->hasNotificationActiveIs(active); }
-  void partZombieIs(bool zombie) override {
-    if (zombie) {
-      this->unhook();
-    } else {
-      this->hook();
-    }
   }
 
  private:
