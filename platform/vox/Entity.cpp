@@ -19,19 +19,25 @@ std::size_t Entity::notifiees() const {
 void Entity::deliver(const AttributeInfo& attr, const void* key) const {
   // Keep the entity alive across the delivery: an observer may drop the last reference to it.
   // An entity that nothing references yet (under construction) has nothing to keep alive.
-  Ptr<const Entity> keepAlive(references() > 0 ? this : nullptr);
-  ++deliveryDepth_;
+  const Ptr<const Entity> keepAlive(references() > 0 ? this : nullptr);
   // Observers added during this delivery first hear of the next change; removed ones are
-  // nulled out (and skipped) until the outermost delivery compacts the list.
+  // nulled out (and skipped) until the outermost delivery compacts the list, also when an
+  // observer's exception ends the delivery early.
+  struct DepthGuard {
+    const Entity& entity;
+    explicit DepthGuard(const Entity& e) : entity(e) { ++entity.deliveryDepth_; }
+    ~DepthGuard() {
+      if (--entity.deliveryDepth_ == 0 && entity.compactPending_) {
+        std::erase(entity.notifiees_, nullptr);
+        entity.compactPending_ = false;
+      }
+    }
+  } depth(*this);
   const std::size_t count = notifiees_.size();
   for (std::size_t i = 0; i < count; ++i) {
     NotifieeBase* notifiee = notifiees_[i];
     if (notifiee && notifiee->wantsNotification())
       notifiee->onAttribute(attr, key);
-  }
-  if (--deliveryDepth_ == 0 && compactPending_) {
-    std::erase(notifiees_, nullptr);
-    compactPending_ = false;
   }
 }
 

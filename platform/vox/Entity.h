@@ -22,7 +22,9 @@
 // observes (those changes notify in turn, depth first), removing itself or any other observer
 // from the list, adding observers (they first hear of the next change), and dropping the last
 // reference to the entity (it stays alive until the delivery returns). The key reference is
-// valid only for the duration of the call.
+// valid only for the duration of the call. An exception thrown by an observer ends the delivery
+// (later observers do not hear of that change) and reaches whoever made the change; the
+// observer list stays consistent.
 //
 // An observer receives notifications only while it is hooked, its notifications are active and
 // it is not flagged for deletion. An entity delivers only while its own notifications are active

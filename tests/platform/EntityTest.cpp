@@ -140,6 +140,25 @@ TEST_F(EntityTest, NestedChangesFromInsideACallbackAreDeliveredDepthFirst) {
   EXPECT_EQ(recorder.events, (Events{"flag:1", "flag:99"}));
 }
 
+TEST_F(EntityTest, AnObserversExceptionReachesTheWriterAndLeavesTheListConsistent) {
+  Actor thrower;
+  Actor victim;
+  for (Actor* a : {&thrower, &victim}) {
+    a->notifierIs(coll);
+    a->hasNotificationActiveIs(true);
+  }
+  thrower.action = [&] {
+    victim.unhook();
+    throw std::out_of_range("observer failed");
+  };
+  EXPECT_THROW(coll->flagIs({1}), std::out_of_range);
+  EXPECT_EQ(coll->notifiees(), 2u);  // recorder and thrower; the victim's slot was compacted
+  coll->flagIs({2});
+  EXPECT_EQ(recorder.events, (Events{"flag:1", "flag:2"}));
+  EXPECT_EQ(thrower.calls, 2);
+  EXPECT_EQ(victim.calls, 0);
+}
+
 TEST(EntityLifetimeTest, EntityOutlivesDeliveryWhenAnObserverDropsTheLastReference) {
   Vox::Ptr<TestColl> coll = Vox::create<TestColl>();
   Actor dropper;
