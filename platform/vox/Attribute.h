@@ -21,6 +21,13 @@
 //     void xDel(key)             unhooks the member from its parent, removes it, notifies
 //     void xDelAll()
 //
+//   VOX_VALUE_MAP_ATTRIBUTE(Owner, x, Key, Value)  // keys mapped to plain values
+//     const Value* x(key) const  lookup, null if absent
+//     size_t xs() const; xColl() iteration over (key, value) pairs
+//     void xIs(key, value)       insert or replace; notifies when the key is new or the value
+//                                differs
+//     void xDel(key); void xDelAll()
+//
 //   VOX_VALUE_ATTRIBUTE(Owner, x, Type, initial)    // one plain value
 //     Type x() const; void xIs(value)               notifies only when the value changes
 //
@@ -143,6 +150,63 @@ class EntityCollAttribute {
   Table table_;
 };
 
+template <class Key, class Value>
+class ValueMapAttribute {
+  using Table = KeyedTable<Key, Value, MemoryKind::kKeyedMap>;
+
+ public:
+  class const_iterator {
+   public:
+    explicit const_iterator(typename Table::const_iterator it) : it_(std::move(it)) {}
+    std::pair<const Key&, const Value&> operator*() const { return {it_.key(), it_.value()}; }
+    const Key& key() const { return it_.key(); }
+    const Value& value() const { return it_.value(); }
+    const_iterator& operator++() {
+      ++it_;
+      return *this;
+    }
+    bool operator==(IterEnd end) const { return it_ == end; }
+
+   private:
+    typename Table::const_iterator it_;
+  };
+
+  const_iterator begin() const { return const_iterator(table_.begin()); }
+  IterEnd end() const { return {}; }
+  std::size_t size() const { return table_.size(); }
+  bool empty() const { return table_.empty(); }
+  uint32_t version() const { return table_.version(); }
+  const Value* find(const Key& key) const { return table_.find(key); }
+
+  // Inserts or replaces; notifies when the key is new or its value differs.
+  void set(const Entity& owner, const AttributeInfo& info, const Key& key, const Value& value) {
+    auto [stored, inserted] = table_.insert(key, value);
+    if (!inserted) {
+      if (*stored == value) return;
+      *stored = value;
+    }
+    owner.notifyAttribute(info, &key);
+  }
+  // Inserts or replaces, and notifies in every case: a channel on which every publication counts.
+  void publish(const Entity& owner, const AttributeInfo& info, const Key& key, const Value& value) {
+    auto [stored, inserted] = table_.insert(key, value);
+    if (!inserted) *stored = value;
+    owner.notifyAttribute(info, &key);
+  }
+  void erase(const Entity& owner, const AttributeInfo& info, const Key& key) {
+    if (!table_.contains(key)) return;
+    const Key removed = key;
+    table_.erase(removed);
+    owner.notifyAttribute(info, &removed);
+  }
+  void eraseAll(const Entity& owner, const AttributeInfo& info) {
+    for (auto it = table_.begin(); it != table_.end(); ++it) erase(owner, info, it.key());
+  }
+
+ private:
+  Table table_;
+};
+
 }  // namespace Vox
 
 // The descriptor every attribute macro declares (see above); trailing arguments add members.
@@ -221,6 +285,23 @@ class EntityCollAttribute {
  private:                                                                                    \
   ::Vox::EntityCollAttribute<KeyType, MemberType> name##_;                                   \
                                                                                              \
+ public:
+
+#define VOX_VALUE_MAP_ATTRIBUTE(Owner, name, KeyType, ValueType)                                \
+ public:                                                                                        \
+  VOX_ATTRIBUTE_DESCRIPTOR(Owner, name, KeyType)                                                \
+  const ValueType* name(const KeyType& key) const { return name##_.find(key); }                 \
+  std::size_t name##s() const { return name##_.size(); }                                        \
+  const ::Vox::ValueMapAttribute<KeyType, ValueType>& name##Coll() const { return name##_; }    \
+  void name##Is(const KeyType& key, const ValueType& value) {                                   \
+    name##_.set(*this, name##Attribute::info, key, value);                                      \
+  }                                                                                             \
+  void name##Del(const KeyType& key) { name##_.erase(*this, name##Attribute::info, key); }      \
+  void name##DelAll() { name##_.eraseAll(*this, name##Attribute::info); }                       \
+                                                                                                \
+ private:                                                                                       \
+  ::Vox::ValueMapAttribute<KeyType, ValueType> name##_;                                         \
+                                                                                                \
  public:
 
 #define VOX_VALUE_ATTRIBUTE(Owner, name, Type, initial) \

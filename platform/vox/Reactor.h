@@ -23,7 +23,7 @@
 // - `CollectionObserver<Attr, Vox>`: observes an entity-collection attribute of an input
 //   collection and keeps the per-key reactors in step with its members.
 // - `KeyObserver<Attr, &Host::handler>`: observes one attribute of an entity and calls the
-//   handler with each changed key.
+//   handler with each changed key (or without it, for a handler that takes no key).
 //
 // All calls happen on the owner's event-loop thread.
 #include <functional>
@@ -303,8 +303,13 @@ class KeyObserver : public ObserverPart<typename Attr::OwnerType::NotifieeConst>
   }
 
   void onAttribute(const AttributeInfo& attr, const void* key) override {
-    if (const auto* changed = Attr::match(attr, key))
+    const auto* changed = Attr::match(attr, key);
+    if (!changed) return;
+    if constexpr (std::is_invocable_v<decltype(Handler), Host&, const typename Attr::Key&>) {
       std::invoke(Handler, host_, *changed);
+    } else {
+      std::invoke(Handler, host_);  // a handler that re-reads the whole attribute
+    }
   }
 
  private:

@@ -1,0 +1,177 @@
+#pragma once
+// The one object an owning agent creates to run the p2mp LFIB computation.
+//
+// It is handed every input and output collection at construction and, when initialized, creates
+// the stage reactors upstream first, each given the output collection of the stage before it:
+//
+//   #4 p2mpRouterTransportIpAddrInfoColl --(1) inversion------------> #5 p2mpIpAddrRouterIdInfoColl
+//
+// Each reactor is live (notifications on) before the next is created. The manager computes
+// nothing itself, and it does not create the next-hop resolution reactors or the label binding
+// notifier: the owning agent runs those over collections it shares with the manager.
+//
+// Setting a stage with the very same collection objects (pointer identity) as the reactor it has
+// returns that reactor untouched, so a second `handleInitialized` keeps every reactor.
+//
+// Destruction: `handleDelete`, then the manager becomes a zombie, then the stage reactors are
+// removed in declaration order (stage 1 first, each with its notifications turned off), then the
+// collections are released in reverse declaration order.
+#include <tuple>
+
+#include "platform/mpls/LabelBindingTable.h"
+#include "platform/mpls/LabelBindingTableColl.h"
+#include "quill/core/StageReactor.h"
+#include "quill/model/FecRouterLabelInfoColl.h"
+#include "quill/model/FecRouterNexthopInfoColl.h"
+#include "quill/model/IntfRouterNexthopInfoColl.h"
+#include "quill/model/IpAddrRouterIdInfoColl.h"
+#include "quill/model/IpNexthopInfoColl.h"
+#include "quill/model/LabelForwardingInfoColl.h"
+#include "quill/model/MplsIntfColl.h"
+#include "quill/model/RouterIpAddrInfoColl.h"
+#include "quill/model/RouterIpNexthopInfoColl.h"
+#include "quill/model/RouterNexthopInfoColl.h"
+#include "quill/resolve/IpAddrRouterIdInfoSm.h"
+
+namespace Mpls {
+
+class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
+ public:
+  static constexpr Quill::StaticName kQualifiedName = "Mpls::P2mpLfibGenSmManager";
+
+  P2mpLfibGenSmManager(const Vox::Ptr<const LabelBindingTable>& p2mpLocalLabelBindingTable,
+                       const Vox::Ptr<const LabelBindingTableColl>& p2mpPeerLabelBindingTableColl,
+                       const Vox::Ptr<const FecRouterLabelInfoColl>& p2mpFecRouterLabelInfoColl,
+                       const Vox::Ptr<const RouterIpAddrInfoColl>& p2mpRouterTransportIpAddrInfoColl,
+                       const Vox::Ptr<IpAddrRouterIdInfoColl>& p2mpIpAddrRouterIdInfoColl,
+                       const Vox::Ptr<const IpNexthopInfoColl>& p2mpIpNexthopInfoColl,
+                       const Vox::Ptr<RouterNexthopInfoColl>& p2mpRouterNexthopInfoColl,
+                       const Vox::Ptr<IntfRouterNexthopInfoColl>& p2mpIntfRouterNexthopInfoColl,
+                       const Vox::Ptr<const MplsIntfColl>& p2mpMplsIntfColl,
+                       const Vox::Ptr<RouterIpNexthopInfoColl>& p2mpRouterIpNexthopInfoColl,
+                       const Vox::Ptr<const RouterIpAddrInfoColl>& p2mpRouterIntfIpAddrInfoColl,
+                       const Vox::Ptr<RouterNexthopInfoColl>& p2mpRouterFilteredNexthopColl,
+                       const Vox::Ptr<FecRouterNexthopInfoColl>& p2mpFecRouterNexthopInfoColl,
+                       const Vox::Ptr<LabelForwardingInfoColl>& p2mpLabelForwardingInfoColl);
+  ~P2mpLfibGenSmManager() override;
+
+  // Allocates a manager over the fourteen collections, in the constructor's order, and turns
+  // it on; its pipeline is then running.
+  template <class... Colls>
+    requires std::is_constructible_v<P2mpLfibGenSmManager, const Colls&...>
+  static Vox::Ptr<P2mpLfibGenSmManager> P2mpLfibGenSmManagerIs(const Colls&... colls) {
+    return create(colls...);
+  }
+
+  // The collections, fixed at construction.
+  const Vox::Ptr<const LabelBindingTable>& p2mpLocalLabelBindingTable() const {
+    return p2mpLocalLabelBindingTable_;
+  }
+  const Vox::Ptr<const LabelBindingTableColl>& p2mpPeerLabelBindingTableColl() const {
+    return p2mpPeerLabelBindingTableColl_;
+  }
+  const Vox::Ptr<const FecRouterLabelInfoColl>& p2mpFecRouterLabelInfoColl() const {
+    return p2mpFecRouterLabelInfoColl_;
+  }
+  const Vox::Ptr<const RouterIpAddrInfoColl>& p2mpRouterTransportIpAddrInfoColl() const {
+    return p2mpRouterTransportIpAddrInfoColl_;
+  }
+  const Vox::Ptr<IpAddrRouterIdInfoColl>& p2mpIpAddrRouterIdInfoColl() const {
+    return p2mpIpAddrRouterIdInfoColl_;
+  }
+  const Vox::Ptr<const IpNexthopInfoColl>& p2mpIpNexthopInfoColl() const {
+    return p2mpIpNexthopInfoColl_;
+  }
+  const Vox::Ptr<RouterNexthopInfoColl>& p2mpRouterNexthopInfoColl() const {
+    return p2mpRouterNexthopInfoColl_;
+  }
+  const Vox::Ptr<IntfRouterNexthopInfoColl>& p2mpIntfRouterNexthopInfoColl() const {
+    return p2mpIntfRouterNexthopInfoColl_;
+  }
+  const Vox::Ptr<const MplsIntfColl>& p2mpMplsIntfColl() const { return p2mpMplsIntfColl_; }
+  const Vox::Ptr<RouterIpNexthopInfoColl>& p2mpRouterIpNexthopInfoColl() const {
+    return p2mpRouterIpNexthopInfoColl_;
+  }
+  const Vox::Ptr<const RouterIpAddrInfoColl>& p2mpRouterIntfIpAddrInfoColl() const {
+    return p2mpRouterIntfIpAddrInfoColl_;
+  }
+  const Vox::Ptr<RouterNexthopInfoColl>& p2mpRouterFilteredNexthopColl() const {
+    return p2mpRouterFilteredNexthopColl_;
+  }
+  const Vox::Ptr<FecRouterNexthopInfoColl>& p2mpFecRouterNexthopInfoColl() const {
+    return p2mpFecRouterNexthopInfoColl_;
+  }
+  const Vox::Ptr<LabelForwardingInfoColl>& p2mpLabelForwardingInfoColl() const {
+    return p2mpLabelForwardingInfoColl_;
+  }
+
+  // The stage reactors, null until created.
+  const Vox::Ptr<IpAddrRouterIdInfoSm>& ipAddrRouterIdInfoSm() const {
+    return ipAddrRouterIdInfoSm_;
+  }
+
+  // Stage setters: return the existing reactor when it was built over the very same collections,
+  // else create a new one (releasing the previous), turn it on and return it.
+  Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSmIs(
+      const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
+      const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl) {
+    return stageIs(ipAddrRouterIdInfoSm_, routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
+  }
+  // Stage removers: null the attribute, turn the reactor's notifications off and hand it over.
+  Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSmDel() { return stageDel(ipAddrRouterIdInfoSm_); }
+
+  // Builds the pipeline: stages upstream first, each chosen by its feature toggle.
+  void handleInitialized();
+  void handleDelete();
+  // Sets the manager's flag, then each existing reactor's, in declaration order.
+  void hasNotificationActiveIs(bool active) override;
+
+ private:
+  template <class Sm, class... Colls>
+  static Vox::Ptr<Sm> stageIs(Vox::Ptr<Sm>& attribute, const Colls&... colls) {
+    if (attribute && attribute->constructorArguments() == std::tuple(colls.ptr()...)) {
+      return attribute;
+    }
+    attribute = Sm::create(colls...);
+    attribute->hasNotificationActiveIs(true);
+    return attribute;
+  }
+  template <class Sm>
+  static Vox::Ptr<Sm> stageDel(Vox::Ptr<Sm>& attribute) {
+    Vox::Ptr<Sm> removed = std::move(attribute);
+    attribute = nullptr;
+    if (removed) removed->hasNotificationActiveIs(false);
+    return removed;
+  }
+  // Applies `action` to each existing stage reactor, in declaration order.
+  template <class Action>
+  void forEachStage(Action&& action) const {
+    if (ipAddrRouterIdInfoSm_) action(*ipAddrRouterIdInfoSm_);
+  }
+
+  // Declaration order is the constructor's argument order; members are released in reverse.
+  Vox::Ptr<const LabelBindingTable> p2mpLocalLabelBindingTable_;
+  Vox::Ptr<const LabelBindingTableColl> p2mpPeerLabelBindingTableColl_;
+  Vox::Ptr<const FecRouterLabelInfoColl> p2mpFecRouterLabelInfoColl_;
+  Vox::Ptr<const RouterIpAddrInfoColl> p2mpRouterTransportIpAddrInfoColl_;
+  Vox::Ptr<IpAddrRouterIdInfoColl> p2mpIpAddrRouterIdInfoColl_;
+  Vox::Ptr<const IpNexthopInfoColl> p2mpIpNexthopInfoColl_;
+  Vox::Ptr<RouterNexthopInfoColl> p2mpRouterNexthopInfoColl_;
+  Vox::Ptr<IntfRouterNexthopInfoColl> p2mpIntfRouterNexthopInfoColl_;
+  Vox::Ptr<const MplsIntfColl> p2mpMplsIntfColl_;
+  Vox::Ptr<RouterIpNexthopInfoColl> p2mpRouterIpNexthopInfoColl_;
+  Vox::Ptr<const RouterIpAddrInfoColl> p2mpRouterIntfIpAddrInfoColl_;
+  Vox::Ptr<RouterNexthopInfoColl> p2mpRouterFilteredNexthopColl_;
+  Vox::Ptr<FecRouterNexthopInfoColl> p2mpFecRouterNexthopInfoColl_;
+  Vox::Ptr<LabelForwardingInfoColl> p2mpLabelForwardingInfoColl_;
+  Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSm_;
+};
+
+// The manager's factory: forwards to `P2mpLfibGenSmManager::P2mpLfibGenSmManagerIs`.
+template <class... Colls>
+  requires std::is_constructible_v<P2mpLfibGenSmManager, const Colls&...>
+Vox::Ptr<P2mpLfibGenSmManager> p2mpLfibGenSmManagerFactory(const Colls&... colls) {
+  return P2mpLfibGenSmManager::P2mpLfibGenSmManagerIs(colls...);
+}
+
+}  // namespace Mpls

@@ -1,0 +1,78 @@
+#include "quill/resolve/IpAddrRouterIdInfoSm.h"
+
+namespace Mpls {
+
+IpAddrRouterIdInfoSm::IpAddrRouterIdInfoSm(
+    const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
+    const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl)
+    : routerIpAddrInfoColl_(routerIpAddrInfoColl), ipAddrRouterIdInfoColl_(ipAddrRouterIdInfoColl) {
+  // Creates one per-key reactor per router present; their scans do nothing yet.
+  voxRouterIpAddrInfoColl_.notifierIs(routerIpAddrInfoColl_);
+  handleInitialized();
+}
+
+IpAddrRouterIdInfoSm::~IpAddrRouterIdInfoSm() { handleDelete(); }
+
+void IpAddrRouterIdInfoSm::handleRouterIpAddr(const RouterId& routerId,
+                                              const Vela::IpGenAddr& ipAddr) {
+  if (!initialized()) return;
+  QUILL_TRACE_FUNC(routerId, ipAddr);
+  const auto router = routerIpAddrInfoColl_->routerIpAddr(routerId);
+  if (router && router->ipAddr(ipAddr)) {
+    VOX_TRACE(traceHandle(), 9, "Adding ipAddr to routerId " << ipAddr << routerId << " ");
+    ipAddrRouterIdInfoColl_->ipAddrRouterIdIs(ipAddr)->routerIdIs(routerId);
+    return;
+  }
+  const auto entry = ipAddrRouterIdInfoColl_->ipAddrRouterId(ipAddr);
+  if (!entry) return;
+  entry->routerIdDel(routerId);
+  if (entry->routerIds() == 0) {
+    // No blank before the address, unlike the "Adding" record: kept as operators know it.
+    VOX_TRACE(traceHandle(), 9, "Deleting ipAddr to routerId" << ipAddr);
+    ipAddrRouterIdInfoColl_->ipAddrRouterIdDel(ipAddr);
+  }
+}
+
+void IpAddrRouterIdInfoSm::handleInitialized() {
+  const auto scope = enterHandleInitialized();
+  // Forward pass: every pair the input holds.
+  if (routerIpAddrInfoColl_) {
+    for (const auto [routerId, router] : routerIpAddrInfoColl_->routerIpAddrColl()) {
+      for (const Vela::IpGenAddr& ipAddr : router.ipAddrColl()) handleRouterIpAddr(routerId, ipAddr);
+    }
+  }
+  // Sweep: every pair the output holds, so that pairs no longer backed (left by an earlier
+  // instance) go, and addresses whose last router goes are deleted.
+  for (const auto [ipAddr, entry] : ipAddrRouterIdInfoColl_->ipAddrRouterIdColl()) {
+    for (const RouterId& routerId : entry.routerIdColl()) handleRouterIpAddr(routerId, ipAddr);
+  }
+}
+
+void IpAddrRouterIdInfoSm::handleDelete() { leaveInitialized(); }
+
+void IpAddrRouterIdInfoSm::VoxRouterIpAddr::handleRouterIpAddrInfo() {
+  if (!ownerAlive()) return;
+  for (const Vela::IpGenAddr& ipAddr : member()->ipAddrColl()) {
+    owner()->handleRouterIpAddr(key(), ipAddr);
+  }
+}
+
+void IpAddrRouterIdInfoSm::VoxRouterIpAddr::vox_handleRouterIpAddr_ipAddr(
+    const Vela::IpGenAddr& ipAddr) {
+  owner()->handleRouterIpAddr(key(), ipAddr);
+}
+
+void IpAddrRouterIdInfoSm::VoxRouterIpAddr::onAttribute(const Vox::AttributeInfo& attr,
+                                                        const void* key) {
+  if (const auto* ipAddr = RouterIpAddrInfo::ipAddrAttribute::match(attr, key)) {
+    vox_handleRouterIpAddr_ipAddr(*ipAddr);
+  }
+}
+
+Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSmFactory(
+    const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
+    const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl) {
+  return IpAddrRouterIdInfoSm::IpAddrRouterIdInfoSmIs(routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
+}
+
+}  // namespace Mpls
