@@ -58,22 +58,26 @@ class Fec {
     return index.value() < vias_.size() ? vias_[index.value()] : FecVia{};
   }
   void viaIs(ViaIndex index, const FecVia& via) {
-    if (index.value() >= vias_.size()) vias_.resize(index.value() + 1);
+    if (index.value() >= vias_.size())
+      vias_.resize(index.value() + 1);
     vias_[index.value()] = via;
   }
 
   // Replaces the vias with `vias` (at most 600) and sets the count to their number.
   void viasIs(const std::vector<FecVia>& vias) {
     vias_.clear();
-    for (uint32_t i = 0; i < vias.size(); ++i) viaIs(ViaIndex(i), vias[i]);
+    for (uint32_t i = 0; i < vias.size(); ++i)
+      viaIs(ViaIndex(i), vias[i]);
     viaCount_ = static_cast<uint32_t>(vias.size());
   }
 
   bool operator==(const Fec& other) const {
-    if (fecId_ != other.fecId_ || viaCount_ != other.viaCount_) return false;
+    if (fecId_ != other.fecId_ || viaCount_ != other.viaCount_)
+      return false;
     const std::size_t used = std::min<std::size_t>(viaCount_, ViaIndex::max + 1);
     for (uint32_t i = 0; i < used; ++i) {
-      if (via(ViaIndex(i)) != other.via(ViaIndex(i))) return false;
+      if (via(ViaIndex(i)) != other.via(ViaIndex(i)))
+        return false;
     }
     return true;
   }

@@ -182,7 +182,8 @@ class ValueMapAttribute {
   void set(const Entity& owner, const AttributeInfo& info, const Key& key, const Value& value) {
     auto [stored, inserted] = table_.insert(key, value);
     if (!inserted) {
-      if (*stored == value) return;
+      if (*stored == value)
+        return;
       *stored = value;
     }
     owner.notifyAttribute(info, &key);
@@ -190,17 +191,20 @@ class ValueMapAttribute {
   // Inserts or replaces, and notifies in every case: a channel on which every publication counts.
   void publish(const Entity& owner, const AttributeInfo& info, const Key& key, const Value& value) {
     auto [stored, inserted] = table_.insert(key, value);
-    if (!inserted) *stored = value;
+    if (!inserted)
+      *stored = value;
     owner.notifyAttribute(info, &key);
   }
   void erase(const Entity& owner, const AttributeInfo& info, const Key& key) {
-    if (!table_.contains(key)) return;
+    if (!table_.contains(key))
+      return;
     const Key removed = key;
     table_.erase(removed);
     owner.notifyAttribute(info, &removed);
   }
   void eraseAll(const Entity& owner, const AttributeInfo& info) {
-    for (auto it = table_.begin(); it != table_.end(); ++it) erase(owner, info, it.key());
+    for (auto it = table_.begin(); it != table_.end(); ++it)
+      erase(owner, info, it.key());
   }
 
  private:
@@ -287,21 +291,31 @@ class ValueMapAttribute {
                                                                                              \
  public:
 
-#define VOX_VALUE_MAP_ATTRIBUTE(Owner, name, KeyType, ValueType)                                \
- public:                                                                                        \
-  VOX_ATTRIBUTE_DESCRIPTOR(Owner, name, KeyType)                                                \
-  const ValueType* name(const KeyType& key) const { return name##_.find(key); }                 \
-  std::size_t name##s() const { return name##_.size(); }                                        \
-  const ::Vox::ValueMapAttribute<KeyType, ValueType>& name##Coll() const { return name##_; }    \
-  void name##Is(const KeyType& key, const ValueType& value) {                                   \
-    name##_.set(*this, name##Attribute::info, key, value);                                      \
-  }                                                                                             \
-  void name##Del(const KeyType& key) { name##_.erase(*this, name##Attribute::info, key); }      \
-  void name##DelAll() { name##_.eraseAll(*this, name##Attribute::info); }                       \
-                                                                                                \
- private:                                                                                       \
-  ::Vox::ValueMapAttribute<KeyType, ValueType> name##_;                                         \
-                                                                                                \
+#define VOX_VALUE_MAP_ATTRIBUTE(Owner, name, KeyType, ValueType)           \
+ public:                                                                   \
+  VOX_ATTRIBUTE_DESCRIPTOR(Owner, name, KeyType)                           \
+  const ValueType* name(const KeyType& key) const {                        \
+    return name##_.find(key);                                              \
+  }                                                                        \
+  std::size_t name##s() const {                                            \
+    return name##_.size();                                                 \
+  }                                                                        \
+  const ::Vox::ValueMapAttribute<KeyType, ValueType>& name##Coll() const { \
+    return name##_;                                                        \
+  }                                                                        \
+  void name##Is(const KeyType& key, const ValueType& value) {              \
+    name##_.set(*this, name##Attribute::info, key, value);                 \
+  }                                                                        \
+  void name##Del(const KeyType& key) {                                     \
+    name##_.erase(*this, name##Attribute::info, key);                      \
+  }                                                                        \
+  void name##DelAll() {                                                    \
+    name##_.eraseAll(*this, name##Attribute::info);                        \
+  }                                                                        \
+                                                                           \
+ private:                                                                  \
+  ::Vox::ValueMapAttribute<KeyType, ValueType> name##_;                    \
+                                                                           \
  public:
 
 #define VOX_VALUE_ATTRIBUTE(Owner, name, Type, initial) \

@@ -304,7 +304,8 @@ class KeyObserver : public ObserverPart<typename Attr::OwnerType::NotifieeConst>
 
   void onAttribute(const AttributeInfo& attr, const void* key) override {
     const auto* changed = Attr::match(attr, key);
-    if (!changed) return;
+    if (!changed)
+      return;
     if constexpr (std::is_invocable_v<decltype(Handler), Host&, const typename Attr::Key&>) {
       std::invoke(Handler, host_, *changed);
     } else {

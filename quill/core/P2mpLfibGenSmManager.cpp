@@ -50,10 +50,13 @@ void P2mpLfibGenSmManager::handleInitialized() {
   ipAddrRouterIdInfoSmIs(p2mpRouterTransportIpAddrInfoColl_, p2mpIpAddrRouterIdInfoColl_);
 }
 
-void P2mpLfibGenSmManager::handleDelete() { leaveInitialized(); }
+void P2mpLfibGenSmManager::handleDelete() {
+  leaveInitialized();
+}
 
 void P2mpLfibGenSmManager::hasNotificationActiveIs(bool active) {
-  if (active == hasNotificationActive()) return;
+  if (active == hasNotificationActive())
+    return;
   StageReactor::hasNotificationActiveIs(active);
   forEachStage([active](auto& stage) { stage.hasNotificationActiveIs(active); });
 }

@@ -39,26 +39,27 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::P2mpLfibGenSmManager";
 
-  P2mpLfibGenSmManager(const Vox::Ptr<const LabelBindingTable>& p2mpLocalLabelBindingTable,
-                       const Vox::Ptr<const LabelBindingTableColl>& p2mpPeerLabelBindingTableColl,
-                       const Vox::Ptr<const FecRouterLabelInfoColl>& p2mpFecRouterLabelInfoColl,
-                       const Vox::Ptr<const RouterIpAddrInfoColl>& p2mpRouterTransportIpAddrInfoColl,
-                       const Vox::Ptr<IpAddrRouterIdInfoColl>& p2mpIpAddrRouterIdInfoColl,
-                       const Vox::Ptr<const IpNexthopInfoColl>& p2mpIpNexthopInfoColl,
-                       const Vox::Ptr<RouterNexthopInfoColl>& p2mpRouterNexthopInfoColl,
-                       const Vox::Ptr<IntfRouterNexthopInfoColl>& p2mpIntfRouterNexthopInfoColl,
-                       const Vox::Ptr<const MplsIntfColl>& p2mpMplsIntfColl,
-                       const Vox::Ptr<RouterIpNexthopInfoColl>& p2mpRouterIpNexthopInfoColl,
-                       const Vox::Ptr<const RouterIpAddrInfoColl>& p2mpRouterIntfIpAddrInfoColl,
-                       const Vox::Ptr<RouterNexthopInfoColl>& p2mpRouterFilteredNexthopColl,
-                       const Vox::Ptr<FecRouterNexthopInfoColl>& p2mpFecRouterNexthopInfoColl,
-                       const Vox::Ptr<LabelForwardingInfoColl>& p2mpLabelForwardingInfoColl);
+  P2mpLfibGenSmManager(
+      const Vox::Ptr<const LabelBindingTable>& p2mpLocalLabelBindingTable,
+      const Vox::Ptr<const LabelBindingTableColl>& p2mpPeerLabelBindingTableColl,
+      const Vox::Ptr<const FecRouterLabelInfoColl>& p2mpFecRouterLabelInfoColl,
+      const Vox::Ptr<const RouterIpAddrInfoColl>& p2mpRouterTransportIpAddrInfoColl,
+      const Vox::Ptr<IpAddrRouterIdInfoColl>& p2mpIpAddrRouterIdInfoColl,
+      const Vox::Ptr<const IpNexthopInfoColl>& p2mpIpNexthopInfoColl,
+      const Vox::Ptr<RouterNexthopInfoColl>& p2mpRouterNexthopInfoColl,
+      const Vox::Ptr<IntfRouterNexthopInfoColl>& p2mpIntfRouterNexthopInfoColl,
+      const Vox::Ptr<const MplsIntfColl>& p2mpMplsIntfColl,
+      const Vox::Ptr<RouterIpNexthopInfoColl>& p2mpRouterIpNexthopInfoColl,
+      const Vox::Ptr<const RouterIpAddrInfoColl>& p2mpRouterIntfIpAddrInfoColl,
+      const Vox::Ptr<RouterNexthopInfoColl>& p2mpRouterFilteredNexthopColl,
+      const Vox::Ptr<FecRouterNexthopInfoColl>& p2mpFecRouterNexthopInfoColl,
+      const Vox::Ptr<LabelForwardingInfoColl>& p2mpLabelForwardingInfoColl);
   ~P2mpLfibGenSmManager() override;
 
   // Allocates a manager over the fourteen collections, in the constructor's order, and turns
   // it on; its pipeline is then running.
   template <class... Colls>
-    requires std::is_constructible_v<P2mpLfibGenSmManager, const Colls&...>
+  requires std::is_constructible_v<P2mpLfibGenSmManager, const Colls&...>
   static Vox::Ptr<P2mpLfibGenSmManager> P2mpLfibGenSmManagerIs(const Colls&... colls) {
     return create(colls...);
   }
@@ -118,7 +119,9 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
     return stageIs(ipAddrRouterIdInfoSm_, routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
   }
   // Stage removers: null the attribute, turn the reactor's notifications off and hand it over.
-  Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSmDel() { return stageDel(ipAddrRouterIdInfoSm_); }
+  Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSmDel() {
+    return stageDel(ipAddrRouterIdInfoSm_);
+  }
 
   // Builds the pipeline: stages upstream first, each chosen by its feature toggle.
   void handleInitialized();
@@ -140,13 +143,15 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   static Vox::Ptr<Sm> stageDel(Vox::Ptr<Sm>& attribute) {
     Vox::Ptr<Sm> removed = std::move(attribute);
     attribute = nullptr;
-    if (removed) removed->hasNotificationActiveIs(false);
+    if (removed)
+      removed->hasNotificationActiveIs(false);
     return removed;
   }
   // Applies `action` to each existing stage reactor, in declaration order.
   template <class Action>
   void forEachStage(Action&& action) const {
-    if (ipAddrRouterIdInfoSm_) action(*ipAddrRouterIdInfoSm_);
+    if (ipAddrRouterIdInfoSm_)
+      action(*ipAddrRouterIdInfoSm_);
   }
 
   // Declaration order is the constructor's argument order; members are released in reverse.
@@ -169,8 +174,8 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
 
 // The manager's factory: forwards to `P2mpLfibGenSmManager::P2mpLfibGenSmManagerIs`.
 template <class... Colls>
-  requires std::is_constructible_v<P2mpLfibGenSmManager, const Colls&...>
-Vox::Ptr<P2mpLfibGenSmManager> p2mpLfibGenSmManagerFactory(const Colls&... colls) {
+requires std::is_constructible_v<P2mpLfibGenSmManager, const Colls&...>
+    Vox::Ptr<P2mpLfibGenSmManager> p2mpLfibGenSmManagerFactory(const Colls&... colls) {
   return P2mpLfibGenSmManager::P2mpLfibGenSmManagerIs(colls...);
 }
 

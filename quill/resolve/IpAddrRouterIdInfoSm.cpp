@@ -11,11 +11,14 @@ IpAddrRouterIdInfoSm::IpAddrRouterIdInfoSm(
   handleInitialized();
 }
 
-IpAddrRouterIdInfoSm::~IpAddrRouterIdInfoSm() { handleDelete(); }
+IpAddrRouterIdInfoSm::~IpAddrRouterIdInfoSm() {
+  handleDelete();
+}
 
 void IpAddrRouterIdInfoSm::handleRouterIpAddr(const RouterId& routerId,
                                               const Vela::IpGenAddr& ipAddr) {
-  if (!initialized()) return;
+  if (!initialized())
+    return;
   QUILL_TRACE_FUNC(routerId, ipAddr);
   const auto router = routerIpAddrInfoColl_->routerIpAddr(routerId);
   if (router && router->ipAddr(ipAddr)) {
@@ -24,7 +27,8 @@ void IpAddrRouterIdInfoSm::handleRouterIpAddr(const RouterId& routerId,
     return;
   }
   const auto entry = ipAddrRouterIdInfoColl_->ipAddrRouterId(ipAddr);
-  if (!entry) return;
+  if (!entry)
+    return;
   entry->routerIdDel(routerId);
   if (entry->routerIds() == 0) {
     // No blank before the address, unlike the "Adding" record: kept as operators know it.
@@ -38,20 +42,25 @@ void IpAddrRouterIdInfoSm::handleInitialized() {
   // Forward pass: every pair the input holds.
   if (routerIpAddrInfoColl_) {
     for (const auto [routerId, router] : routerIpAddrInfoColl_->routerIpAddrColl()) {
-      for (const Vela::IpGenAddr& ipAddr : router.ipAddrColl()) handleRouterIpAddr(routerId, ipAddr);
+      for (const Vela::IpGenAddr& ipAddr : router.ipAddrColl())
+        handleRouterIpAddr(routerId, ipAddr);
     }
   }
   // Sweep: every pair the output holds, so that pairs no longer backed (left by an earlier
   // instance) go, and addresses whose last router goes are deleted.
   for (const auto [ipAddr, entry] : ipAddrRouterIdInfoColl_->ipAddrRouterIdColl()) {
-    for (const RouterId& routerId : entry.routerIdColl()) handleRouterIpAddr(routerId, ipAddr);
+    for (const RouterId& routerId : entry.routerIdColl())
+      handleRouterIpAddr(routerId, ipAddr);
   }
 }
 
-void IpAddrRouterIdInfoSm::handleDelete() { leaveInitialized(); }
+void IpAddrRouterIdInfoSm::handleDelete() {
+  leaveInitialized();
+}
 
 void IpAddrRouterIdInfoSm::VoxRouterIpAddr::handleRouterIpAddrInfo() {
-  if (!ownerAlive()) return;
+  if (!ownerAlive())
+    return;
   for (const Vela::IpGenAddr& ipAddr : member()->ipAddrColl()) {
     owner()->handleRouterIpAddr(key(), ipAddr);
   }

@@ -6,11 +6,14 @@ IraNexthopConfigSm::IraNexthopConfigSm(
     const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
     const Vox::Ptr<Routing::NexthopVrfConfig>& nexthopConfig)
     : ipAddrRouterIdInfoColl_(ipAddrRouterIdInfoColl), nexthopConfig_(nexthopConfig) {
-  if (ipAddrRouterIdInfoColl_) voxIpAddrRouterIdInfoColl_.notifierIs(ipAddrRouterIdInfoColl_);
+  if (ipAddrRouterIdInfoColl_)
+    voxIpAddrRouterIdInfoColl_.notifierIs(ipAddrRouterIdInfoColl_);
   handleInitialized();
 }
 
-IraNexthopConfigSm::~IraNexthopConfigSm() { handleDelete(); }
+IraNexthopConfigSm::~IraNexthopConfigSm() {
+  handleDelete();
+}
 
 void IraNexthopConfigSm::handleIpAddr(const Vela::IpGenAddr& ipAddr) {
   VOX_ASSERT(initialized(), "initialized()");
@@ -39,6 +42,8 @@ void IraNexthopConfigSm::handleInitialized() {
   }
 }
 
-void IraNexthopConfigSm::handleDelete() { leaveInitialized(); }
+void IraNexthopConfigSm::handleDelete() {
+  leaveInitialized();
+}
 
 }  // namespace Mpls

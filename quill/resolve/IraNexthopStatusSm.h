@@ -62,7 +62,8 @@ class IraNexthopStatusSm : public Quill::StageReactor<IraNexthopStatusSm> {
   Vox::Ptr<const Brisk::Fib::ForwardingStatus> forwardingStatus_;
   Vox::Ptr<IpNexthopInfoColl> ipNexthopInfoColl_;
   bool draining_ = false;
-  Vox::KeyObserver<Routing::NexthopBacklog::backlogAttribute, &IraNexthopStatusSm::handleNexthopBacklog>
+  Vox::KeyObserver<Routing::NexthopBacklog::backlogAttribute,
+                   &IraNexthopStatusSm::handleNexthopBacklog>
       voxNexthopBacklog_{*this};
 };
 

@@ -9,7 +9,8 @@
 namespace {
 
 TEST(ValueTypesDeathTest, ImpossiblePartsAreFatal) {
-  EXPECT_DEATH(Vela::IntfId(Vela::IntfId::Kind::vlan, 4095), "valid interface numbers for the kind");
+  EXPECT_DEATH(Vela::IntfId(Vela::IntfId::Kind::vlan, 4095),
+               "valid interface numbers for the kind");
   EXPECT_DEATH(Vela::IntfId(Vela::IntfId::Kind::none, 1), "valid interface numbers for the kind");
   EXPECT_DEATH(Mpls::FwdEqvClass(Vela::IpGenAddr(), std::string("\x01\x00\x05", 3)),
                "well-formed opaque value");

@@ -1,0 +1,134 @@
+#include "quill/resolve/IpAddrRouterIdInfoSm.h"
+
+#include <gmock/gmock.h>
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "tests/support/Contents.h"
+#include "tests/support/TraceCapture.h"
+#include "tests/support/Values.h"
+
+namespace {
+
+using Mpls::IpAddrRouterIdInfo;
+using Mpls::RouterId;
+using QuillTest::contents;
+using QuillTest::Lines;
+using QuillTest::v;
+using Vela::IpGenAddr;
+
+class IpAddrRouterIdInfoSmTest : public ::testing::Test {
+ protected:
+  void add(const char* router, const char* addr) {
+    in->routerIpAddrIs(v<RouterId>(router))->ipAddrIs(v<IpGenAddr>(addr));
+  }
+  void del(const char* router, const char* addr) {
+    in->routerIpAddr(v<RouterId>(router))->ipAddrDel(v<IpGenAddr>(addr));
+  }
+  Lines output() const { return contents(out->ipAddrRouterIdColl(), &IpAddrRouterIdInfo::routerIdColl); }
+  void start() { sm = Mpls::ipAddrRouterIdInfoSmFactory(in, out); }
+
+  Vox::Ptr<Mpls::RouterIpAddrInfoColl> in = Vox::create<Mpls::RouterIpAddrInfoColl>();
+  Vox::Ptr<Mpls::IpAddrRouterIdInfoColl> out = Vox::create<Mpls::IpAddrRouterIdInfoColl>();
+  Vox::Ptr<Mpls::IpAddrRouterIdInfoSm> sm;
+};
+
+TEST_F(IpAddrRouterIdInfoSmTest, SharedAddressKeepsItsEntryUntilTheLastRouterGoes) {
+  start();
+  QuillTest::TraceCapture trace("QuillIpAddrRouterIdInfoSm/9");
+  add("2.2.2.2:0", "10.0.0.1");
+  add("3.3.3.3:0", "10.0.0.1");
+  EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0", "10.0.0.1 3.3.3.3:0"}));
+  del("2.2.2.2:0", "10.0.0.1");
+  EXPECT_EQ(output(), (Lines{"10.0.0.1 3.3.3.3:0"}));
+  del("3.3.3.3:0", "10.0.0.1");
+  EXPECT_TRUE(output().empty());
+  EXPECT_EQ(trace.messages(), (std::vector<std::string>{
+                                  "Adding ipAddr to routerId 10.0.0.12.2.2.2:0 ",
+                                  "Adding ipAddr to routerId 10.0.0.13.3.3.3:0 ",
+                                  "Deleting ipAddr to routerId10.0.0.1",
+                              }));
+}
+
+TEST_F(IpAddrRouterIdInfoSmTest, RepeatedAdditionsAndUnknownPairsChangeNothing) {
+  start();
+  add("2.2.2.2:0", "10.0.0.1");
+  const uint32_t version = out->ipAddrRouterId(v<IpGenAddr>("10.0.0.1"))->routerIdColl().version();
+  sm->handleRouterIpAddr(v<RouterId>("2.2.2.2:0"), v<IpGenAddr>("10.0.0.1"));
+  sm->handleRouterIpAddr(v<RouterId>("9.9.9.9:0"), v<IpGenAddr>("10.9.9.9"));
+  EXPECT_EQ(out->ipAddrRouterId(v<IpGenAddr>("10.0.0.1"))->routerIdColl().version(), version);
+  EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0"}));
+}
+
+TEST_F(IpAddrRouterIdInfoSmTest, InitializationAddsBackedPairsAndSweepsStaleOnes) {
+  add("2.2.2.2:0", "10.0.0.1");
+  add("2.2.2.2:0", "10.0.0.2");
+  // Left by an earlier instance: one address with a backed and a stale router, one all stale.
+  out->ipAddrRouterIdIs(v<IpGenAddr>("10.0.0.1"))->routerIdIs(v<RouterId>("7.7.7.7:0"));
+  out->ipAddrRouterIdIs(v<IpGenAddr>("10.0.0.9"))->routerIdIs(v<RouterId>("7.7.7.7:0"));
+  start();
+  EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0", "10.0.0.2 2.2.2.2:0"}));
+}
+
+TEST_F(IpAddrRouterIdInfoSmTest, ChangesWhileUninitializedWaitForTheNextInitialization) {
+  start();
+  sm->handleDelete();
+  add("2.2.2.2:0", "10.0.0.1");
+  EXPECT_TRUE(output().empty());
+  sm->handleInitialized();
+  EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0"}));
+}
+
+TEST_F(IpAddrRouterIdInfoSmTest, ARouterRemovedWholeKeepsItsPairsUntilReinitialized) {
+  start();
+  add("2.2.2.2:0", "10.0.0.1");
+  in->routerIpAddrDel(v<RouterId>("2.2.2.2:0"));
+  EXPECT_EQ(sm->routerIpAddr(v<RouterId>("2.2.2.2:0")), nullptr);
+  EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0"}));
+  sm->handleInitialized();
+  EXPECT_TRUE(output().empty());
+}
+
+// Built incrementally or over inputs filled in advance, the output is the same inversion.
+TEST_F(IpAddrRouterIdInfoSmTest, IncrementalAndFromScratchAgreeOverRandomChanges) {
+  std::mt19937 random(7);
+  start();
+  auto scratchOut = Vox::create<Mpls::IpAddrRouterIdInfoColl>();
+  for (int step = 0; step < 2000; ++step) {
+    const std::string router = std::to_string(1 + random() % 4) + ".0.0.1:0";
+    const std::string addr = "10.0.0." + std::to_string(random() % 6);
+    if (random() % 3 == 0 && in->routerIpAddr(v<RouterId>(router))) {
+      del(router.c_str(), addr.c_str());
+    } else {
+      add(router.c_str(), addr.c_str());
+    }
+  }
+  auto scratch = Mpls::ipAddrRouterIdInfoSmFactory(in, scratchOut);
+  EXPECT_EQ(output(), contents(scratchOut->ipAddrRouterIdColl(), &IpAddrRouterIdInfo::routerIdColl));
+  EXPECT_FALSE(output().empty());
+}
+
+TEST_F(IpAddrRouterIdInfoSmTest, NullRouterIsARangeError) {
+  start();
+  try {
+    sm->routerIpAddrIs(nullptr);
+    FAIL();
+  } catch (const Vox::RangeException& error) {
+    EXPECT_STREQ(error.what(),
+                 "null _routerIpAddr parameter to mutator for "
+                 "Mpls::IpAddrRouterIdInfoSm::routerIpAddr not allowed\"");
+  }
+}
+
+using IpAddrRouterIdInfoSmDeathTest = IpAddrRouterIdInfoSmTest;
+
+TEST_F(IpAddrRouterIdInfoSmDeathTest, UncaughtNullRouterEndsTheProcessWithItsText) {
+  start();
+  // Thrown where nothing catches it, the range exception ends the process with its text.
+  EXPECT_DEATH([&]() noexcept { sm->routerIpAddrIs(nullptr); }(),
+               "null _routerIpAddr parameter to mutator for "
+               "Mpls::IpAddrRouterIdInfoSm::routerIpAddr not allowed\"");
+}
+
+}  // namespace
