@@ -44,6 +44,7 @@
 //   // status 10.0.0.2 -> {fec 2, static}; backlog: 10.0.0.2; then fec 1 deleted
 #include <array>
 #include <cstddef>
+#include <cstdint>
 #include <map>
 #include <optional>
 #include <string>

@@ -58,8 +58,7 @@ class Fec {
     return index.value() < vias_.size() ? vias_[index.value()] : FecVia{};
   }
   void viaIs(ViaIndex index, const FecVia& via) {
-    if (index.value() >= vias_.size())
-      vias_.resize(index.value() + 1);
+    if (index.value() >= vias_.size()) vias_.resize(index.value() + 1);
     vias_[index.value()] = via;
   }
 
@@ -72,12 +71,10 @@ class Fec {
   }
 
   bool operator==(const Fec& other) const {
-    if (fecId_ != other.fecId_ || viaCount_ != other.viaCount_)
-      return false;
+    if (fecId_ != other.fecId_ || viaCount_ != other.viaCount_) return false;
     const std::size_t used = std::min<std::size_t>(viaCount_, ViaIndex::max + 1);
     for (uint32_t i = 0; i < used; ++i) {
-      if (via(ViaIndex(i)) != other.via(ViaIndex(i)))
-        return false;
+      if (via(ViaIndex(i)) != other.via(ViaIndex(i))) return false;
     }
     return true;
   }

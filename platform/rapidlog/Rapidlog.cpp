@@ -54,8 +54,7 @@ bool expandPid(std::string_view pattern, std::string& out) {
     out.assign(pattern);
     return true;
   }
-  if (pattern.find("%d", pos + 2) != std::string_view::npos)
-    return false;
+  if (pattern.find("%d", pos + 2) != std::string_view::npos) return false;
   out.assign(pattern.substr(0, pos));
   out += std::to_string(::getpid());
   out.append(pattern.substr(pos + 2));
@@ -68,12 +67,10 @@ bool parseSize(std::string_view spec, uint64_t& out) {
   std::size_t i = 0;
   for (; i < spec.size() && spec[i] >= '0' && spec[i] <= '9'; ++i) {
     const auto digit = static_cast<uint64_t>(spec[i] - '0');
-    if (value > (UINT64_MAX - digit) / 10)
-      return false;
+    if (value > (UINT64_MAX - digit) / 10) return false;
     value = value * 10 + digit;
   }
-  if (i == 0)
-    return false;
+  if (i == 0) return false;
   int shift = 0;
   if (i < spec.size()) {
     switch (spec[i]) {
@@ -94,23 +91,20 @@ bool parseSize(std::string_view spec, uint64_t& out) {
     }
     ++i;
   }
-  if (i != spec.size() || value > (UINT64_MAX >> shift))
-    return false;
+  if (i != spec.size() || value > (UINT64_MAX >> shift)) return false;
   out = value << shift;
   return true;
 }
 
 // At most `max` bytes of `text`, cut before a UTF-8 sequence that would not fit whole.
 std::string_view cutUtf8(std::string_view text, std::size_t max) {
-  if (text.size() <= max)
-    return text;
+  if (text.size() <= max) return text;
   std::size_t n = max;
   // Back off over continuation bytes to the lead byte of the straddling sequence; a sequence
   // is at most four bytes, so more than three continuation bytes is not UTF-8 and is cut as is.
   for (int i = 0; i < 3 && n > 0 && (static_cast<unsigned char>(text[n]) & 0xC0) == 0x80; ++i)
     --n;
-  if ((static_cast<unsigned char>(text[n]) & 0xC0) != 0xC0)
-    n = max;
+  if ((static_cast<unsigned char>(text[n]) & 0xC0) != 0xC0) n = max;
   return text.substr(0, n);
 }
 
@@ -133,8 +127,7 @@ class Writer {
   explicit Writer(Config config)
       : config_(std::move(config)), bufferSize_(std::size_t{1} << config_.bufferSizeLog2) {}
   ~Writer() {
-    if (fd_ >= 0)
-      ::close(fd_);
+    if (fd_ >= 0) ::close(fd_);
   }
   Writer(const Writer&) = delete;
   Writer& operator=(const Writer&) = delete;
@@ -155,8 +148,7 @@ class Writer {
       const std::size_t need =
           format::kTimerBytes + (defined ? 0 : format::kDefineOverhead + name.size());
       const Room room = makeRoom(need);
-      if (room == Room::kRotated)
-        continue;
+      if (room == Room::kRotated) continue;
       if (room == Room::kDropped) {
         ++dropped_;
         return;
@@ -191,8 +183,7 @@ class Writer {
       const std::size_t need = format::kTextOverhead + text.size() +
                                (defined ? 0 : format::kDefineOverhead + name.size());
       const Room room = makeRoom(need);
-      if (room == Room::kRotated)
-        continue;
+      if (room == Room::kRotated) continue;
       if (room == Room::kDropped) {
         ++dropped_;
         return;
@@ -219,14 +210,12 @@ class Writer {
 
   // Writes the buffer out. False when writing failed, which stops tracing.
   bool flushBuffer() {
-    if (failed_)
-      return false;
+    if (failed_) return false;
     std::size_t done = 0;
     while (done < used_) {
       const ssize_t n = ::write(fd_, buffer_.get() + done, used_ - done);
       if (n < 0) {
-        if (errno == EINTR)
-          continue;
+        if (errno == EINTR) continue;
         fail(errno);
         return false;
       }
@@ -239,10 +228,8 @@ class Writer {
 
   // Closes the file; with `writeBuffered`, writes the buffer and the drop count first.
   void close(bool writeBuffered) {
-    if (writeBuffered)
-      finishFile();
-    if (fd_ >= 0)
-      ::close(fd_);
+    if (writeBuffered) finishFile();
+    if (fd_ >= 0) ::close(fd_);
     fd_ = -1;
   }
 
@@ -255,23 +242,19 @@ class Writer {
 
   // Makes `bytes` contiguous bytes available at buffer_ + used_, within the size limit.
   Room makeRoom(std::size_t bytes) {
-    if (failed_)
-      return Room::kDropped;
+    if (failed_) return Room::kDropped;
     // Room for the drop-count record is kept back so that the file never exceeds its limit.
     if (written_ + used_ + bytes + format::kDroppedBytes > config_.sizeLimit) {
-      if (config_.rotations == 0 || written_ + used_ <= format::kHeaderBytes)
-        return Room::kDropped;
+      if (config_.rotations == 0 || written_ + used_ <= format::kHeaderBytes) return Room::kDropped;
       return rotate() ? Room::kRotated : Room::kDropped;
     }
-    if (used_ + bytes > bufferSize_ && !flushBuffer())
-      return Room::kDropped;
+    if (used_ + bytes > bufferSize_ && !flushBuffer()) return Room::kDropped;
     return Room::kOk;
   }
 
   int openFile() {
     fd_ = ::open(config_.path.c_str(), O_WRONLY | O_CREAT | O_TRUNC | O_CLOEXEC, 0644);
-    if (fd_ < 0)
-      return errno;
+    if (fd_ < 0) return errno;
     generation_ = ++gGeneration;
     baseSteadyNs_ = detail::nowNs();
     names_.clear();
@@ -314,8 +297,7 @@ class Writer {
   // Shifts the rotated files up by one, moves the full file to ".1" and starts a new one.
   bool rotate() {
     close(true);
-    if (failed_)
-      return false;
+    if (failed_) return false;
     int err = 0;
     try {
       const std::string& base = config_.rotationBase;
@@ -330,8 +312,7 @@ class Writer {
       // Trace calls must not throw; running out of memory here ends tracing like a write error.
       err = ENOMEM;
     }
-    if (err != 0 && !failed_)
-      fail(err);
+    if (err != 0 && !failed_) fail(err);
     return err == 0;
   }
 
@@ -340,8 +321,7 @@ class Writer {
     error_ = err;
     detail::gEnabled.store(false, std::memory_order_relaxed);
     // initialize reports its own failures through its result.
-    if (!running_)
-      return;
+    if (!running_) return;
     std::fprintf(stderr, "rapidlog: writing %s failed: %s; tracing stopped\n", config_.path.c_str(),
                  std::strerror(err));
   }
@@ -395,8 +375,7 @@ bool gAtExitRegistered = false;
 
 void closeLocked(bool writeBuffered) {
   detail::gEnabled.store(false, std::memory_order_relaxed);
-  if (gWriter == nullptr)
-    return;
+  if (gWriter == nullptr) return;
   gWriter->close(writeBuffered);
   delete gWriter;
   gWriter = nullptr;
@@ -411,8 +390,7 @@ template <class Fn>
 void withWriter(Fn&& fn) {
   if (gLocking.load(std::memory_order_relaxed)) {
     std::lock_guard<std::mutex> lock(stateMutex());
-    if (gWriter != nullptr && enabled())
-      fn(*gWriter);
+    if (gWriter != nullptr && enabled()) fn(*gWriter);
   } else if (gWriter != nullptr && enabled()) {
     fn(*gWriter);
   }
@@ -423,32 +401,24 @@ int makeConfig(const char* fileName, const char* sizeSpec, const char* rotationN
                unsigned maxRecordBytes, Config& config) {
   const std::string_view name =
       fileName != nullptr && *fileName != '\0' ? fileName : kDefaultFileName;
-  if (!expandPid(name, config.path))
-    return EINVAL;
+  if (!expandPid(name, config.path)) return EINVAL;
   if (!expandPid(rotationName != nullptr ? std::string_view(rotationName) : name,
                  config.rotationBase)) {
     return EINVAL;
   }
-  if (sizeSpec != nullptr && !parseSize(sizeSpec, config.sizeLimit))
-    return EINVAL;
-  if (rotations < 0 || rotations > kMaxRotations)
-    return EINVAL;
-  if (bufferSizeLog2 < kMinBufferSizeLog2 || bufferSizeLog2 > kMaxBufferSizeLog2)
-    return EINVAL;
-  if (multithreadingMode != 0 && multithreadingMode != 1)
-    return EINVAL;
-  if (maxRecordBytes < kMinRecordBytes || maxRecordBytes > kMaxRecordBytes)
-    return EINVAL;
+  if (sizeSpec != nullptr && !parseSize(sizeSpec, config.sizeLimit)) return EINVAL;
+  if (rotations < 0 || rotations > kMaxRotations) return EINVAL;
+  if (bufferSizeLog2 < kMinBufferSizeLog2 || bufferSizeLog2 > kMaxBufferSizeLog2) return EINVAL;
+  if (multithreadingMode != 0 && multithreadingMode != 1) return EINVAL;
+  if (maxRecordBytes < kMinRecordBytes || maxRecordBytes > kMaxRecordBytes) return EINVAL;
   config.rotations = rotations;
   config.bufferSizeLog2 = bufferSizeLog2;
   config.multithreadingMode = multithreadingMode;
   config.flushAtExit = flushAtExit;
   config.maxRecordBytes = maxRecordBytes;
   const std::size_t smallest = format::kHeaderBytes + config.largestAppend();
-  if (config.sizeLimit < smallest + format::kDroppedBytes)
-    return EINVAL;
-  if ((std::size_t{1} << bufferSizeLog2) < smallest)
-    return EINVAL;
+  if (config.sizeLimit < smallest + format::kDroppedBytes) return EINVAL;
+  if ((std::size_t{1} << bufferSizeLog2) < smallest) return EINVAL;
   return 0;
 }
 
@@ -472,11 +442,9 @@ int initialize(const char* fileName, const char* sizeSpec, const char* rotationN
       return err;
     }
     auto writer = std::make_unique<Writer>(std::move(config));
-    if (const int err = writer->start())
-      return err;
+    if (const int err = writer->start()) return err;
     if (!gAtExitRegistered) {
-      if (std::atexit(closeAtExit) != 0)
-        return ENOMEM;
+      if (std::atexit(closeAtExit) != 0) return ENOMEM;
       gAtExitRegistered = true;
     }
     gLocking.store(multithreadingMode == 1, std::memory_order_relaxed);

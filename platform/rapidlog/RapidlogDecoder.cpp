@@ -50,11 +50,9 @@ class Reader {
       need(1, field);
       const uint8_t b = byteAt(pos_++);
       // The tenth byte may carry only the top bit of a 64-bit value.
-      if (shift == 63 && b > 1)
-        fail(std::string(kind_) + " has a malformed " + field);
+      if (shift == 63 && b > 1) fail(std::string(kind_) + " has a malformed " + field);
       v |= uint64_t{b & 0x7fu} << shift;
-      if ((b & 0x80) == 0)
-        return v;
+      if ((b & 0x80) == 0) return v;
     }
   }
 
@@ -249,8 +247,7 @@ std::vector<std::string> decode(std::string_view bytes) {
         appendEscaped(line, nameOf(id));
         line += " " + std::to_string(level) + " ";
         appendEscaped(line, text);
-        if ((flags & format::kTextTruncated) != 0)
-          line += " [truncated]";
+        if ((flags & format::kTextTruncated) != 0) line += " [truncated]";
         break;
       }
       case format::kDropped: {
@@ -271,11 +268,9 @@ std::vector<std::string> decode(std::string_view bytes) {
 
 std::vector<std::string> decodeFile(const std::string& path) {
   std::ifstream in(path, std::ios::binary);
-  if (!in)
-    throw std::system_error(errno, std::generic_category(), "cannot read " + path);
+  if (!in) throw std::system_error(errno, std::generic_category(), "cannot read " + path);
   const std::string bytes{std::istreambuf_iterator<char>(in), std::istreambuf_iterator<char>()};
-  if (in.bad())
-    throw std::system_error(errno, std::generic_category(), "cannot read " + path);
+  if (in.bad()) throw std::system_error(errno, std::generic_category(), "cannot read " + path);
   return decode(bytes);
 }
 

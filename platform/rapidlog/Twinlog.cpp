@@ -15,8 +15,7 @@ RapidlogConverter::~RapidlogConverter() {
 }
 
 void RapidlogConverter::flush() {
-  if (text_.empty())
-    return;
+  if (text_.empty()) return;
   Rapidlog::writeText(handle_, level_, text_);
   text_.clear();
 }

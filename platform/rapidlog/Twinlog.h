@@ -30,15 +30,13 @@ class RapidlogConverter {
   bool active() const { return active_; }
 
   RapidlogConverter& write(std::string_view text) {
-    if (active_)
-      text_.append(text);
+    if (active_) text_.append(text);
     return *this;
   }
 
   template <class T>
   RapidlogConverter& operator<<(const T& value) {
-    if (!active_)
-      return *this;
+    if (!active_) return *this;
     if constexpr (std::is_convertible_v<const T&, std::string_view>) {
       text_.append(std::string_view(value));
     } else if constexpr (std::is_same_v<T, char> || std::is_same_v<T, signed char> ||

@@ -21,10 +21,8 @@ bool isNameChar(char c) {
 }
 
 std::optional<bool> parseValue(std::string_view value) {
-  if (value == "on" || value == "true" || value == "1")
-    return true;
-  if (value == "off" || value == "false" || value == "0")
-    return false;
+  if (value == "on" || value == "true" || value == "1") return true;
+  if (value == "off" || value == "false" || value == "0") return false;
   return std::nullopt;
 }
 
@@ -34,8 +32,7 @@ std::pair<std::string, bool> parseEntry(std::string_view entry) {
     throw Vox::ParseError(kEntryType, entry, "NAME=VALUE");
   }
   const std::string_view name = entry.substr(0, eq);
-  if (name.empty())
-    throw Vox::ParseError(kEntryType, entry, "a toggle name before '='");
+  if (name.empty()) throw Vox::ParseError(kEntryType, entry, "a toggle name before '='");
   for (const char c : name) {
     if (!isNameChar(c)) {
       throw Vox::ParseError(kEntryType, entry,
@@ -68,8 +65,7 @@ State& shared() {
 void refreshEnvironment(State& s) {
   const char* raw = std::getenv(kEnvironmentVariable);
   const std::string_view text = raw != nullptr ? raw : "";
-  if (s.lastEnvText && *s.lastEnvText == text)
-    return;
+  if (s.lastEnvText && *s.lastEnvText == text) return;
   s.lastEnvText = std::string(text);
   s.envToggles.clear();
   try {
@@ -85,15 +81,13 @@ void refreshEnvironment(State& s) {
 
 std::vector<std::pair<std::string, bool>> parseToggleSpec(std::string_view spec) {
   std::vector<std::pair<std::string, bool>> toggles;
-  if (spec.empty())
-    return toggles;
+  if (spec.empty()) return toggles;
   std::size_t begin = 0;
   for (;;) {
     const auto comma = spec.find(',', begin);
     const std::string_view entry = spec.substr(
         begin, comma == std::string_view::npos ? std::string_view::npos : comma - begin);
-    if (entry.empty())
-      throw Vox::ParseError(kListType, spec, "no empty entries");
+    if (entry.empty()) throw Vox::ParseError(kListType, spec, "no empty entries");
     auto toggle = parseEntry(entry);
     for (const auto& earlier : toggles) {
       if (earlier.first == toggle.first) {
@@ -102,8 +96,7 @@ std::vector<std::pair<std::string, bool>> parseToggleSpec(std::string_view spec)
       }
     }
     toggles.push_back(std::move(toggle));
-    if (comma == std::string_view::npos)
-      break;
+    if (comma == std::string_view::npos) break;
     begin = comma + 1;
   }
   return toggles;
@@ -112,11 +105,9 @@ std::vector<std::pair<std::string, bool>> parseToggleSpec(std::string_view spec)
 bool getToggleState(std::string_view name, bool defaultValue) {
   State& s = shared();
   std::lock_guard<std::mutex> lock(s.mutex);
-  if (const auto it = s.overrides.find(name); it != s.overrides.end())
-    return it->second;
+  if (const auto it = s.overrides.find(name); it != s.overrides.end()) return it->second;
   refreshEnvironment(s);
-  if (const auto it = s.envToggles.find(name); it != s.envToggles.end())
-    return it->second;
+  if (const auto it = s.envToggles.find(name); it != s.envToggles.end()) return it->second;
   return defaultValue;
 }
 
@@ -129,8 +120,7 @@ void toggleStateIs(std::string_view name, bool state) {
 void toggleStateDel(std::string_view name) {
   State& s = shared();
   std::lock_guard<std::mutex> lock(s.mutex);
-  if (const auto it = s.overrides.find(name); it != s.overrides.end())
-    s.overrides.erase(it);
+  if (const auto it = s.overrides.find(name); it != s.overrides.end()) s.overrides.erase(it);
 }
 
 void toggleStateDelAll() {

@@ -62,12 +62,10 @@ class SetAttribute {
   std::size_t size() const { return set_.size(); }
 
   void insert(const Entity& owner, const AttributeInfo& info, const Key& key) {
-    if (set_.insert(key))
-      owner.notifyAttribute(info, &key);
+    if (set_.insert(key)) owner.notifyAttribute(info, &key);
   }
   void erase(const Entity& owner, const AttributeInfo& info, const Key& key) {
-    if (!set_.contains(key))
-      return;
+    if (!set_.contains(key)) return;
     const Key removed = key;  // `key` may be the set's own copy
     set_.erase(removed);
     owner.notifyAttribute(info, &removed);
@@ -122,8 +120,7 @@ class EntityCollAttribute {
   }
 
   Ptr<Member> insert(Entity& owner, const AttributeInfo& info, const Key& key) {
-    if (Member* existing = find(key))
-      return existing;
+    if (Member* existing = find(key)) return existing;
     Ptr<Member> member(new Member(key));
     member->parentIs(&owner);
     member->hasNotificationActiveIs(true);
@@ -133,8 +130,7 @@ class EntityCollAttribute {
   }
   void erase(Entity& owner, const AttributeInfo& info, const Key& key) {
     const Ptr<Member>* stored = table_.find(key);
-    if (!stored)
-      return;
+    if (!stored) return;
     const Ptr<Member> member = *stored;  // alive until observers have heard of the removal
     const Key removed = key;
     member->parentIs(nullptr);
@@ -182,8 +178,7 @@ class ValueMapAttribute {
   void set(const Entity& owner, const AttributeInfo& info, const Key& key, const Value& value) {
     auto [stored, inserted] = table_.insert(key, value);
     if (!inserted) {
-      if (*stored == value)
-        return;
+      if (*stored == value) return;
       *stored = value;
     }
     owner.notifyAttribute(info, &key);
@@ -191,13 +186,11 @@ class ValueMapAttribute {
   // Inserts or replaces, and notifies in every case: a channel on which every publication counts.
   void publish(const Entity& owner, const AttributeInfo& info, const Key& key, const Value& value) {
     auto [stored, inserted] = table_.insert(key, value);
-    if (!inserted)
-      *stored = value;
+    if (!inserted) *stored = value;
     owner.notifyAttribute(info, &key);
   }
   void erase(const Entity& owner, const AttributeInfo& info, const Key& key) {
-    if (!table_.contains(key))
-      return;
+    if (!table_.contains(key)) return;
     const Key removed = key;
     table_.erase(removed);
     owner.notifyAttribute(info, &removed);
@@ -325,8 +318,7 @@ class ValueMapAttribute {
     return name##_;                                     \
   }                                                     \
   void name##Is(const Type& value) {                    \
-    if (value == name##_)                               \
-      return;                                           \
+    if (value == name##_) return;                       \
     name##_ = value;                                    \
     notifyAttribute(name##Attribute::info, &name##_);   \
   }                                                     \

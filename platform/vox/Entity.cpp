@@ -36,8 +36,7 @@ void Entity::deliver(const AttributeInfo& attr, const void* key) const {
   const std::size_t count = notifiees_.size();
   for (std::size_t i = 0; i < count; ++i) {
     NotifieeBase* notifiee = notifiees_[i];
-    if (notifiee && notifiee->wantsNotification())
-      notifiee->onAttribute(attr, key);
+    if (notifiee && notifiee->wantsNotification()) notifiee->onAttribute(attr, key);
   }
 }
 
@@ -47,8 +46,7 @@ void Entity::notifieeIs(NotifieeBase* notifiee) const {
 
 void Entity::notifieeDel(NotifieeBase* notifiee) const {
   const auto it = std::find(notifiees_.begin(), notifiees_.end(), notifiee);
-  if (it == notifiees_.end())
-    return;
+  if (it == notifiees_.end()) return;
   if (deliveryDepth_ > 0) {
     *it = nullptr;
     compactPending_ = true;
@@ -62,15 +60,13 @@ NotifieeBase::~NotifieeBase() {
 }
 
 void NotifieeBase::hook() {
-  if (hooked_ || !notifier_)
-    return;
+  if (hooked_ || !notifier_) return;
   notifier_->notifieeIs(this);
   hooked_ = true;
 }
 
 void NotifieeBase::unhook() {
-  if (!hooked_)
-    return;
+  if (!hooked_) return;
   notifier_->notifieeDel(this);
   hooked_ = false;
 }

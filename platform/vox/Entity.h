@@ -67,8 +67,7 @@ class Entity : public PtrInterface, public TrackedObject<MemoryKind::kEntity> {
 
   // Announces a change of `attr` at `key` to every observer. For attribute implementations.
   void notifyAttribute(const AttributeInfo& attr, const void* key) const {
-    if (!hasNotificationActive_ || notifiees_.empty())
-      return;
+    if (!hasNotificationActive_ || notifiees_.empty()) return;
     deliver(attr, key);
   }
 

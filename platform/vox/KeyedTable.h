@@ -86,10 +86,8 @@ class KeyedTable {
   template <class V = Value>
   std::pair<Value*, bool> insert(const Key& key, V&& value = V{}) {
     const uint32_t h = HashHelper::KeyAndRhashLegacy(keyHash(key));
-    if (const int32_t i = findIndex(key, h); i >= 0)
-      return {&slot(i).value, false};
-    if (size_ + 1 > bucketCount())
-      growBuckets();
+    if (const int32_t i = findIndex(key, h); i >= 0) return {&slot(i).value, false};
+    if (size_ + 1 > bucketCount()) growBuckets();
     const int32_t i = allocateSlot();
     Slot& s = slot(i);
     s.key = key;
@@ -108,8 +106,7 @@ class KeyedTable {
   // table is consistent again, so its destructor may use the table.
   bool erase(const Key& key) {
     const uint32_t h = HashHelper::KeyAndRhashLegacy(keyHash(key));
-    if (bucketCount() == 0)
-      return false;
+    if (bucketCount() == 0) return false;
     int32_t* link = &buckets_[h & (bucketCount() - 1)];
     while (*link >= 0) {
       Slot& s = slot(*link);
@@ -123,8 +120,7 @@ class KeyedTable {
         freeHead_ = i;
         --size_;
         ++version_;
-        if (size_ == 0 && liveIterators_ == 0)
-          releaseStorage();
+        if (size_ == 0 && liveIterators_ == 0) releaseStorage();
         return true;
       }
       link = &s.next;
@@ -143,8 +139,7 @@ class KeyedTable {
       skipDead();
     }
     Iterator(const Iterator& other) : table_(other.table_), index_(other.index_) {
-      if (table_)
-        ++table_->liveIterators_;
+      if (table_) ++table_->liveIterators_;
     }
     Iterator& operator=(const Iterator& other) {
       Iterator copy(other);
@@ -226,12 +221,10 @@ class KeyedTable {
     return findIndex(key, HashHelper::KeyAndRhashLegacy(keyHash(key)));
   }
   int32_t findIndex(const Key& key, uint32_t h) const {
-    if (size_ == 0)
-      return -1;
+    if (size_ == 0) return -1;
     for (int32_t i = buckets_[h & (bucketCount() - 1)]; i >= 0;) {
       const Slot& s = slot(i);
-      if (s.hash == h && s.key == key)
-        return i;
+      if (s.hash == h && s.key == key) return i;
       i = s.next;
     }
     return -1;
@@ -260,8 +253,7 @@ class KeyedTable {
     buckets_.assign(count, -1);
     for (uint32_t i = 0; i < slotCount_; ++i) {
       Slot& s = slot(i);
-      if (!s.live)
-        continue;
+      if (!s.live) continue;
       int32_t& head = buckets_[s.hash & (count - 1)];
       s.next = head;
       head = static_cast<int32_t>(i);

@@ -54,11 +54,9 @@ class PtrInterface {
 
   void deleteRef() const {
 #if VOX_THREAD_SAFE_PTR
-    if (refs_.fetch_sub(1, std::memory_order_acq_rel) == 1)
-      onZeroReferences();
+    if (refs_.fetch_sub(1, std::memory_order_acq_rel) == 1) onZeroReferences();
 #else
-    if (--refs_ == 0)
-      onZeroReferences();
+    if (--refs_ == 0) onZeroReferences();
 #endif
   }
 
@@ -96,8 +94,7 @@ class Ptr {
   constexpr Ptr() noexcept = default;
   constexpr Ptr(std::nullptr_t) noexcept {}  // NOLINT: implicit from nullptr
   Ptr(T* p) noexcept : p_(p) {               // NOLINT: implicit from a raw pointer, as `new T`
-    if (p_)
-      p_->newRef();
+    if (p_) p_->newRef();
   }
   Ptr(const Ptr& other) noexcept : Ptr(other.p_) {}
   Ptr(Ptr&& other) noexcept : p_(std::exchange(other.p_, nullptr)) {}
@@ -109,8 +106,7 @@ class Ptr {
   noexcept : p_(other.release()) {}  // NOLINT
 
   ~Ptr() {
-    if (p_)
-      p_->deleteRef();
+    if (p_) p_->deleteRef();
   }
 
   Ptr& operator=(Ptr other) noexcept {

@@ -3,8 +3,7 @@
 namespace Vox {
 
 void Reactor::hasNotificationActiveIs(bool active) {
-  if (active == hasNotificationActive_)
-    return;
+  if (active == hasNotificationActive_) return;
   hasNotificationActive_ = active;
   for (ReactorPart* part = firstPart_; part; part = part->nextPart_) {
     part->partNotificationActiveIs(active);
@@ -12,8 +11,7 @@ void Reactor::hasNotificationActiveIs(bool active) {
 }
 
 void Reactor::voxDoZombieReactors(bool zombie) {
-  if (zombie == zombie_)
-    return;
+  if (zombie == zombie_) return;
   zombie_ = zombie;
   for (ReactorPart* part = firstPart_; part; part = part->nextPart_)
     part->partZombieIs(zombie);

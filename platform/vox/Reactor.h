@@ -113,6 +113,8 @@ class MemberReactor : public Reactor, public MemberT::NotifieeConst {
   Owner* owner() const { return owner_; }
   // The owner is neither being constructed nor torn down: its handlers may run.
   bool ownerAlive() const { return owner_->references() > 0 && !owner_->deleting(); }
+  // Alive and initialized: the owner's asserting handlers may be called.
+  bool ownerReady() const { return ownerAlive() && owner_->initialized(); }
 
   bool hasNotificationActive() const { return Reactor::hasNotificationActive(); }
   void hasNotificationActiveIs(bool active) override {
@@ -172,8 +174,7 @@ class PerKeyReactorColl : public ReactorPart {
     const Key key = member->key();
     Ptr<VoxT> previous;
     if (Ptr<VoxT>* existing = table_.find(key)) {
-      if ((*existing)->member() == member.ptr())
-        return *existing;
+      if ((*existing)->member() == member.ptr()) return *existing;
       previous = *existing;
       table_.erase(key);
     }
@@ -187,8 +188,7 @@ class PerKeyReactorColl : public ReactorPart {
 
   void del(const Key& key) {
     Ptr<VoxT>* stored = table_.find(key);
-    if (!stored)
-      return;
+    if (!stored) return;
     Ptr<VoxT> reactor = *stored;
     table_.erase(key);
     retire(reactor);
@@ -210,10 +210,8 @@ class PerKeyReactorColl : public ReactorPart {
 
  private:
   static void retire(const Ptr<VoxT>& reactor) {
-    if (!reactor)
-      return;
-    if constexpr (VoxT::kRemoval == Removal::kZombie)
-      reactor->voxDoZombieReactors(true);
+    if (!reactor) return;
+    if constexpr (VoxT::kRemoval == Removal::kZombie) reactor->voxDoZombieReactors(true);
     reactor->hasNotificationActiveIs(false);
   }
 
@@ -222,6 +220,30 @@ class PerKeyReactorColl : public ReactorPart {
   const char* attributeName_;
   Table table_;
 };
+
+// Brings `perKey` in line with the members of attribute `Attr` of `entity`: a per-key reactor for
+// every member present (kept when it already observes that member), none for absent keys.
+template <class Attr, class VoxT>
+void syncPerKeyReactors(PerKeyReactorColl<VoxT>& perKey, const typename Attr::OwnerType& entity) {
+  const auto& members = Attr::of(entity);
+  for (auto it = members.begin(); it != members.end(); ++it)
+    perKey.is(it.member());
+  for (auto it = perKey.table().begin(); it != perKey.table().end(); ++it) {
+    if (!members.find(it.key())) perKey.del(it.key());
+  }
+}
+
+// Follows one change of attribute `Attr` of `entity` at `key`: creates (or keeps) the per-key
+// reactor of a member that is present, removes the one of a member that is gone.
+template <class Attr, class VoxT>
+void followMember(PerKeyReactorColl<VoxT>& perKey, const typename Attr::OwnerType& entity,
+                  const typename Attr::Key& key) {
+  if (auto* member = Attr::of(entity).find(key)) {
+    perKey.is(Ptr<const typename Attr::Member>(member));
+  } else {
+    perKey.del(key);
+  }
+}
 
 // An observer that is a reactor part: its notifications follow the reactor's, and it unhooks
 // from its notifier while the reactor is a zombie.
@@ -242,37 +264,22 @@ class ObserverPart : public Notifiee, public ReactorPart {
 template <class Attr, class VoxT>
 class CollectionObserver : public ObserverPart<typename Attr::OwnerType::NotifieeConst> {
   using Coll = typename Attr::OwnerType;
-  using Key = typename Attr::Key;
 
  public:
   CollectionObserver(Reactor& host, PerKeyReactorColl<VoxT>& perKey) : perKey_(perKey) {
     host.partIs(*this);
   }
 
-  // Observes `coll` and brings the per-key reactors in line with its members: one for every
-  // member present, none for keys it lacks.
+  // Observes `coll` and brings the per-key reactors in line with its members.
   void notifierIs(const Ptr<const Coll>& coll) {
     Coll::NotifieeConst::notifierIs(coll);
     this->hasNotificationActiveIs(true);
-    if (!coll)
-      return;
-    for (auto it = Attr::of(*coll).begin(); it != Attr::of(*coll).end(); ++it) {
-      perKey_.is(it.member());
-    }
-    for (auto it = perKey_.table().begin(); it != perKey_.table().end(); ++it) {
-      if (!Attr::of(*coll).find(it.key()))
-        perKey_.del(it.key());
-    }
+    if (coll) syncPerKeyReactors<Attr>(perKey_, *coll);
   }
 
   void onAttribute(const AttributeInfo& attr, const void* key) override {
-    const Key* changed = Attr::match(attr, key);
-    if (!changed)
-      return;
-    if (auto* member = Attr::of(*this->notifier()).find(*changed)) {
-      perKey_.is(Ptr<const typename Attr::Member>(member));
-    } else {
-      perKey_.del(*changed);
+    if (const auto* changed = Attr::match(attr, key)) {
+      followMember<Attr>(perKey_, *this->notifier(), *changed);
     }
   }
 
@@ -304,8 +311,7 @@ class KeyObserver : public ObserverPart<typename Attr::OwnerType::NotifieeConst>
 
   void onAttribute(const AttributeInfo& attr, const void* key) override {
     const auto* changed = Attr::match(attr, key);
-    if (!changed)
-      return;
+    if (!changed) return;
     if constexpr (std::is_invocable_v<decltype(Handler), Host&, const typename Attr::Key&>) {
       std::invoke(Handler, host_, *changed);
     } else {

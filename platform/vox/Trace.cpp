@@ -53,8 +53,7 @@ int parseLevel(std::string_view text, std::string_view entry) {
 }
 
 uint32_t parseLevels(std::string_view text, std::string_view entry) {
-  if (text == "none")
-    return 0;
+  if (text == "none") return 0;
   uint32_t mask = 0;
   while (true) {
     const auto plus = text.find('+');
@@ -68,8 +67,7 @@ uint32_t parseLevels(std::string_view text, std::string_view entry) {
     }
     for (int level = low; level <= high; ++level)
       mask |= 1u << level;
-    if (plus == std::string_view::npos)
-      break;
+    if (plus == std::string_view::npos) break;
     text.remove_prefix(plus + 1);
   }
   return mask;
@@ -81,8 +79,7 @@ std::vector<TraceEntry> parseSpec(std::string_view spec) {
     const auto comma = spec.find(',');
     std::string_view entry = spec.substr(0, comma);
     spec = comma == std::string_view::npos ? std::string_view{} : spec.substr(comma + 1);
-    if (entry.empty())
-      continue;
+    if (entry.empty()) continue;
     const auto slash = entry.find('/');
     std::string_view pattern = entry.substr(0, slash);
     if (pattern.empty()) {
@@ -122,11 +119,9 @@ class TraceRegistry {
     std::FILE* file = nullptr;
     if (!path.empty()) {
       file = std::fopen(path.c_str(), "a");
-      if (!file)
-        throw std::runtime_error("cannot open trace file '" + path + "' for appending");
+      if (!file) throw std::runtime_error("cannot open trace file '" + path + "' for appending");
     }
-    if (out_ && out_ != stderr)
-      std::fclose(out_);
+    if (out_ && out_ != stderr) std::fclose(out_);
     out_ = file ? file : stderr;
   }
   void write(const std::string& line) {
@@ -149,15 +144,13 @@ class TraceRegistry {
       if (!out_)
         std::fprintf(stderr, "quill: cannot open QUILL_TRACE_FILE '%s'; tracing to stderr\n", path);
     }
-    if (!out_)
-      out_ = stderr;
+    if (!out_) out_ = stderr;
   }
 
   void apply(TraceHandle& handle, uint32_t base) const {
     uint32_t levels = base;
     for (const TraceEntry& entry : entries_) {
-      if (globMatch(entry.pattern, handle.name()))
-        levels = entry.levels;
+      if (globMatch(entry.pattern, handle.name())) levels = entry.levels;
     }
     handle.levelsIs(levels);
   }

@@ -70,11 +70,9 @@ void traceOutputIs(const std::string& path);
 // The file name of a source path as records show it: "quill/core/Foo.cpp" -> "Foo".
 constexpr std::string_view traceFileName(std::string_view path) {
   const auto slash = path.find_last_of('/');
-  if (slash != std::string_view::npos)
-    path.remove_prefix(slash + 1);
+  if (slash != std::string_view::npos) path.remove_prefix(slash + 1);
   const auto dot = path.find_last_of('.');
-  if (dot != std::string_view::npos)
-    path.remove_suffix(path.size() - dot);
+  if (dot != std::string_view::npos) path.remove_suffix(path.size() - dot);
   return path;
 }
 

@@ -41,6 +41,9 @@ P2mpLfibGenSmManager::~P2mpLfibGenSmManager() {
   handleDelete();
   voxDoZombieReactors(true);
   ipAddrRouterIdInfoSmDel();
+  routerNexthopInfoSmDel();
+  intfRouterNexthopInfoSmDel();
+  routerIpNexthopInfoSmDel();
   // The collections are released by the members' destruction, in reverse declaration order.
 }
 
@@ -48,6 +51,14 @@ void P2mpLfibGenSmManager::handleInitialized() {
   const auto scope = enterHandleInitialized();
   // Stage 1: the inversion.
   ipAddrRouterIdInfoSmIs(p2mpRouterTransportIpAddrInfoColl_, p2mpIpAddrRouterIdInfoColl_);
+  // Stage 2: router next-hops.
+  routerNexthopInfoSmIs(p2mpIpAddrRouterIdInfoColl_, p2mpIpNexthopInfoColl_,
+                        p2mpRouterNexthopInfoColl_);
+  // Stage 3: interface grouping.
+  intfRouterNexthopInfoSmIs(p2mpRouterNexthopInfoColl_, p2mpIntfRouterNexthopInfoColl_);
+  // Stage 4: MPLS-interface filter.
+  routerIpNexthopInfoSmIs(p2mpIntfRouterNexthopInfoColl_, p2mpMplsIntfColl_,
+                          p2mpRouterIpNexthopInfoColl_);
 }
 
 void P2mpLfibGenSmManager::handleDelete() {
@@ -55,8 +66,7 @@ void P2mpLfibGenSmManager::handleDelete() {
 }
 
 void P2mpLfibGenSmManager::hasNotificationActiveIs(bool active) {
-  if (active == hasNotificationActive())
-    return;
+  if (active == hasNotificationActive()) return;
   StageReactor::hasNotificationActiveIs(active);
   forEachStage([active](auto& stage) { stage.hasNotificationActiveIs(active); });
 }

@@ -4,7 +4,10 @@
 // It is handed every input and output collection at construction and, when initialized, creates
 // the stage reactors upstream first, each given the output collection of the stage before it:
 //
-//   #4 p2mpRouterTransportIpAddrInfoColl --(1) inversion------------> #5 p2mpIpAddrRouterIdInfoColl
+//   #4 transport addresses --(1) inversion-----------> #5 routers per address
+//   #5 + #6 vias per address --(2) router next-hops--> #7 vias per router
+//   #7 --(3) interface grouping---------------------> #8 router vias per interface
+//   #8 + #9 MPLS interfaces --(4) MPLS filter-------> #10 router vias per hop address
 //
 // Each reactor is live (notifications on) before the next is created. The manager computes
 // nothing itself, and it does not create the next-hop resolution reactors or the label binding
@@ -31,6 +34,9 @@
 #include "quill/model/RouterIpAddrInfoColl.h"
 #include "quill/model/RouterIpNexthopInfoColl.h"
 #include "quill/model/RouterNexthopInfoColl.h"
+#include "quill/nexthop/IntfRouterNexthopInfoSm.h"
+#include "quill/nexthop/RouterIpNexthopInfoSm.h"
+#include "quill/nexthop/RouterNexthopInfoSm.h"
 #include "quill/resolve/IpAddrRouterIdInfoSm.h"
 
 namespace Mpls {
@@ -110,6 +116,13 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   const Vox::Ptr<IpAddrRouterIdInfoSm>& ipAddrRouterIdInfoSm() const {
     return ipAddrRouterIdInfoSm_;
   }
+  const Vox::Ptr<RouterNexthopInfoSm>& routerNexthopInfoSm() const { return routerNexthopInfoSm_; }
+  const Vox::Ptr<IntfRouterNexthopInfoSm>& intfRouterNexthopInfoSm() const {
+    return intfRouterNexthopInfoSm_;
+  }
+  const Vox::Ptr<RouterIpNexthopInfoSm>& routerIpNexthopInfoSm() const {
+    return routerIpNexthopInfoSm_;
+  }
 
   // Stage setters: return the existing reactor when it was built over the very same collections,
   // else create a new one (releasing the previous), turn it on and return it.
@@ -118,9 +131,36 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
       const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl) {
     return stageIs(ipAddrRouterIdInfoSm_, routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
   }
+  Vox::Ptr<RouterNexthopInfoSm> routerNexthopInfoSmIs(
+      const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
+      const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl,
+      const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
+    return stageIs(routerNexthopInfoSm_, ipAddrRouterIdInfoColl, ipNexthopInfoColl,
+                   routerNexthopInfoColl);
+  }
+  Vox::Ptr<IntfRouterNexthopInfoSm> intfRouterNexthopInfoSmIs(
+      const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
+      const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl) {
+    return stageIs(intfRouterNexthopInfoSm_, routerNexthopInfoColl, intfRouterNexthopInfoColl);
+  }
+  Vox::Ptr<RouterIpNexthopInfoSm> routerIpNexthopInfoSmIs(
+      const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
+      const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
+      const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl) {
+    return stageIs(routerIpNexthopInfoSm_, intfRouterNexthopInfoColl, mplsIntfColl,
+                   routerIpNexthopInfoColl);
+  }
+
   // Stage removers: null the attribute, turn the reactor's notifications off and hand it over.
   Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSmDel() {
     return stageDel(ipAddrRouterIdInfoSm_);
+  }
+  Vox::Ptr<RouterNexthopInfoSm> routerNexthopInfoSmDel() { return stageDel(routerNexthopInfoSm_); }
+  Vox::Ptr<IntfRouterNexthopInfoSm> intfRouterNexthopInfoSmDel() {
+    return stageDel(intfRouterNexthopInfoSm_);
+  }
+  Vox::Ptr<RouterIpNexthopInfoSm> routerIpNexthopInfoSmDel() {
+    return stageDel(routerIpNexthopInfoSm_);
   }
 
   // Builds the pipeline: stages upstream first, each chosen by its feature toggle.
@@ -143,15 +183,16 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   static Vox::Ptr<Sm> stageDel(Vox::Ptr<Sm>& attribute) {
     Vox::Ptr<Sm> removed = std::move(attribute);
     attribute = nullptr;
-    if (removed)
-      removed->hasNotificationActiveIs(false);
+    if (removed) removed->hasNotificationActiveIs(false);
     return removed;
   }
   // Applies `action` to each existing stage reactor, in declaration order.
   template <class Action>
   void forEachStage(Action&& action) const {
-    if (ipAddrRouterIdInfoSm_)
-      action(*ipAddrRouterIdInfoSm_);
+    if (ipAddrRouterIdInfoSm_) action(*ipAddrRouterIdInfoSm_);
+    if (routerNexthopInfoSm_) action(*routerNexthopInfoSm_);
+    if (intfRouterNexthopInfoSm_) action(*intfRouterNexthopInfoSm_);
+    if (routerIpNexthopInfoSm_) action(*routerIpNexthopInfoSm_);
   }
 
   // Declaration order is the constructor's argument order; members are released in reverse.
@@ -170,6 +211,9 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   Vox::Ptr<FecRouterNexthopInfoColl> p2mpFecRouterNexthopInfoColl_;
   Vox::Ptr<LabelForwardingInfoColl> p2mpLabelForwardingInfoColl_;
   Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSm_;
+  Vox::Ptr<RouterNexthopInfoSm> routerNexthopInfoSm_;
+  Vox::Ptr<IntfRouterNexthopInfoSm> intfRouterNexthopInfoSm_;
+  Vox::Ptr<RouterIpNexthopInfoSm> routerIpNexthopInfoSm_;
 };
 
 // The manager's factory: forwards to `P2mpLfibGenSmManager::P2mpLfibGenSmManagerIs`.

@@ -17,8 +17,7 @@ IpAddrRouterIdInfoSm::~IpAddrRouterIdInfoSm() {
 
 void IpAddrRouterIdInfoSm::handleRouterIpAddr(const RouterId& routerId,
                                               const Vela::IpGenAddr& ipAddr) {
-  if (!initialized())
-    return;
+  if (!initialized()) return;
   QUILL_TRACE_FUNC(routerId, ipAddr);
   const auto router = routerIpAddrInfoColl_->routerIpAddr(routerId);
   if (router && router->ipAddr(ipAddr)) {
@@ -27,8 +26,7 @@ void IpAddrRouterIdInfoSm::handleRouterIpAddr(const RouterId& routerId,
     return;
   }
   const auto entry = ipAddrRouterIdInfoColl_->ipAddrRouterId(ipAddr);
-  if (!entry)
-    return;
+  if (!entry) return;
   entry->routerIdDel(routerId);
   if (entry->routerIds() == 0) {
     // No blank before the address, unlike the "Adding" record: kept as operators know it.
@@ -59,8 +57,7 @@ void IpAddrRouterIdInfoSm::handleDelete() {
 }
 
 void IpAddrRouterIdInfoSm::VoxRouterIpAddr::handleRouterIpAddrInfo() {
-  if (!ownerAlive())
-    return;
+  if (!ownerAlive()) return;
   for (const Vela::IpGenAddr& ipAddr : member()->ipAddrColl()) {
     owner()->handleRouterIpAddr(key(), ipAddr);
   }

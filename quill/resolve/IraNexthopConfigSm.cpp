@@ -6,8 +6,7 @@ IraNexthopConfigSm::IraNexthopConfigSm(
     const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
     const Vox::Ptr<Routing::NexthopVrfConfig>& nexthopConfig)
     : ipAddrRouterIdInfoColl_(ipAddrRouterIdInfoColl), nexthopConfig_(nexthopConfig) {
-  if (ipAddrRouterIdInfoColl_)
-    voxIpAddrRouterIdInfoColl_.notifierIs(ipAddrRouterIdInfoColl_);
+  if (ipAddrRouterIdInfoColl_) voxIpAddrRouterIdInfoColl_.notifierIs(ipAddrRouterIdInfoColl_);
   handleInitialized();
 }
 

@@ -13,8 +13,7 @@ IraNexthopStatusSm::IraNexthopStatusSm(
       nexthopStatus_(nexthopStatus),
       forwardingStatus_(forwardingStatus),
       ipNexthopInfoColl_(ipNexthopInfoColl) {
-  if (nexthopBacklog_)
-    voxNexthopBacklog_.notifierIs(nexthopBacklog_);
+  if (nexthopBacklog_) voxNexthopBacklog_.notifierIs(nexthopBacklog_);
   handleInitialized();
 }
 
@@ -25,8 +24,7 @@ IraNexthopStatusSm::~IraNexthopStatusSm() {
 void IraNexthopStatusSm::processNexthop(const Vela::IpGenAddr& ipAddr) {
   QUILL_TRACE_FUNC(ipAddr);
   const Vela::IpGenAddr address = ipAddr;  // `ipAddr` may be the backlog's own copy
-  if (nexthopBacklog_)
-    nexthopBacklog_->backlogDel(address);
+  if (nexthopBacklog_) nexthopBacklog_->backlogDel(address);
 
   const Routing::NexthopStatusEntry* found = nexthopStatus_->nexthop(address);
   const Routing::NexthopStatusEntry status = found ? *found : Routing::NexthopStatusEntry();
@@ -43,8 +41,7 @@ void IraNexthopStatusSm::processNexthop(const Vela::IpGenAddr& ipAddr) {
   for (uint32_t index = 0; index < fec.viaCount(); ++index) {
     // Throws once the index passes the via array, before anything is written.
     const Brisk::Fib::FecVia fecVia = fec.via(Brisk::Fib::ViaIndex(index));
-    if (connected)
-      VOX_TRACE(traceHandle(), 9, "Found connected route for " << address);
+    if (connected) VOX_TRACE(traceHandle(), 9, "Found connected route for " << address);
     VOX_TRACE(traceHandle(), 9,
               "Adding FibVia for hop = " << fecVia.hop << " intfdId " << fecVia.intfId);
     // On a connected route the peer is its own next hop; the FEC's hop (0.0.0.0) is not used.
@@ -56,8 +53,7 @@ void IraNexthopStatusSm::processNexthop(const Vela::IpGenAddr& ipAddr) {
   for (const FibVia& via : vias)
     entry->viaIs(via);
   for (const FibVia& via : entry->viaColl()) {
-    if (!vias.contains(via))
-      entry->viaDel(via);
+    if (!vias.contains(via)) entry->viaDel(via);
   }
 }
 
@@ -68,8 +64,7 @@ void IraNexthopStatusSm::handleNexthopBacklog() {
   // than draining again from inside the drain (a recursion as deep as the backlog is long), the
   // running drain repeats until the backlog is empty, which also covers addresses added behind
   // its iterator.
-  if (draining_)
-    return;
+  if (draining_) return;
   draining_ = true;
   struct Reset {
     bool& flag;

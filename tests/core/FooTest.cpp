@@ -6,8 +6,7 @@ namespace {
 
 struct FooWatcher : Quill::Foo::NotifieeConst {
   void onAttribute(const Vox::AttributeInfo& attr, const void* value) override {
-    if (auto* foo = Quill::Foo::fooAttribute::match(attr, value))
-      seen.push_back(*foo);
+    if (auto* foo = Quill::Foo::fooAttribute::match(attr, value)) seen.push_back(*foo);
   }
   std::vector<uint32_t> seen;
 };

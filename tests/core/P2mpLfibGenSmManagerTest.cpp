@@ -95,7 +95,10 @@ TEST_F(P2mpLfibGenSmManagerTest, DestructionDeletesTheManagerFirstThenTheStagesI
     if (message.ends_with("::handleDelete()")) deletes.push_back(message);
   }
   EXPECT_EQ(deletes, (std::vector<std::string>{"Mpls::P2mpLfibGenSmManager::handleDelete()",
-                                               "Mpls::IpAddrRouterIdInfoSm::handleDelete()"}));
+                                               "Mpls::IpAddrRouterIdInfoSm::handleDelete()",
+                                               "Mpls::RouterNexthopInfoSm::handleDelete()",
+                                               "Mpls::IntfRouterNexthopInfoSm::handleDelete()",
+                                               "Mpls::RouterIpNexthopInfoSm::handleDelete()"}));
   // The collections belong to the agent: released, not cleared.
   EXPECT_EQ(colls.transportAddrs->references(), 1u);
   EXPECT_TRUE(inverted("10.0.0.1"));

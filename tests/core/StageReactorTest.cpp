@@ -107,8 +107,7 @@ TEST_F(StageReactorTest, LifecycleHandlersAreTimedInTheBinaryTrace) {
   const auto lines = Rapidlog::decodeFile(path);
   auto has = [&](const std::string& part) {
     for (const auto& line : lines) {
-      if (line.find(part) != std::string::npos)
-        return true;
+      if (line.find(part) != std::string::npos) return true;
     }
     return false;
   };

@@ -46,8 +46,7 @@ TEST_P(ToggleTest, TheEnvironmentTurnsItOffAndOnlyIt) {
         setenv("QUILL_TOGGLES", (std::string(toggle.name) + "=off").c_str(), 1);
         bool othersOn = true;
         for (const ToggleCase& other : kToggles) {
-          if (other.accessor != toggle.accessor)
-            othersOn = othersOn && other.accessor();
+          if (other.accessor != toggle.accessor) othersOn = othersOn && other.accessor();
         }
         std::exit(!toggle.accessor() && othersOn ? 0 : 1);
       },

@@ -31,8 +31,7 @@ class AttrCounter : public Attr::OwnerType::NotifieeConst {
     this->hasNotificationActiveIs(true);
   }
   void onAttribute(const Vox::AttributeInfo& attr, const void* key) override {
-    if (const auto* changed = Attr::match(attr, key))
-      keys.push_back(changed->valueToStrep());
+    if (const auto* changed = Attr::match(attr, key)) keys.push_back(changed->valueToStrep());
   }
   std::vector<std::string> keys;
 };

@@ -95,8 +95,7 @@ struct Actor : TestColl::NotifieeConst {
   std::function<void()> action;
   int calls = 0;
   void onAttribute(const Vox::AttributeInfo&, const void*) override {
-    if (calls++ == 0 && action)
-      action();
+    if (calls++ == 0 && action) action();
   }
 };
 

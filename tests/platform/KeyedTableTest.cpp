@@ -80,8 +80,7 @@ TEST_F(KeyedTableIterationTest, RemovingTheCurrentElementVisitsEveryOtherOnce) {
   for (auto it = set.begin(); it != set.end(); ++it) {
     const TestKey key = *it;
     visited.insert(key.value);
-    if (key.value % 3 == 0)
-      set.erase(key);
+    if (key.value % 3 == 0) set.erase(key);
   }
   EXPECT_EQ(visited.size(), 100u);
   EXPECT_EQ(std::set<uint32_t>(visited.begin(), visited.end()).size(), 100u);
@@ -108,8 +107,7 @@ TEST_F(KeyedTableIterationTest, InsertsDuringIterationKeepExistingElementsExactl
   const uint32_t firstValue = firstKey->value;
   for (const TestKey& key : set) {
     visited.insert(key.value);
-    if (key.value < 100)
-      set.insert({key.value + 1000});  // grows the table many times over
+    if (key.value < 100) set.insert({key.value + 1000});  // grows the table many times over
   }
   EXPECT_EQ(firstKey->value, firstValue) << "elements must not move when the table grows";
   for (uint32_t v = 0; v < 100; ++v)

@@ -63,8 +63,7 @@ TEST(PtrTest, ReleaseHandsTheReferenceOver) {
 // Only meaningful in the thread-safe-pointer build, where counts are atomic; the plain build
 // shares pointers within one thread only.
 TEST(PtrTest, ConcurrentCopiesKeepTheCountExactInThreadSafeMode) {
-  if (!Vox::PtrInterface::kThreadSafe)
-    GTEST_SKIP() << "plain reference counts";
+  if (!Vox::PtrInterface::kThreadSafe) GTEST_SKIP() << "plain reference counts";
   int destroyed = 0;
   Vox::Ptr<Counted> shared(new Counted(&destroyed));
   std::vector<std::thread> threads;

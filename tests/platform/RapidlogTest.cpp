@@ -302,8 +302,7 @@ TEST_F(RapidlogTest, RotationKeepsNewestFilesInSequence) {
     for (const std::string& text : Rapidlog::decodeFile(file)) {
       const Line line = parse(text);
       ASSERT_NE(line.kind, "dropped") << file;
-      if (line.kind != "text")
-        continue;
+      if (line.kind != "text") continue;
       const int n = std::stoi(line.rest.substr(2));
       if (expected >= 0) {
         EXPECT_EQ(n, expected) << file;

@@ -22,8 +22,7 @@ class LoggingReactor : public Vox::Reactor {
     using Vox::MemberReactor<VoxItem, LoggingReactor, TestItem>::MemberReactor;
 
     void handleItem() {
-      if (!this->ownerAlive())
-        return;
+      if (!this->ownerAlive()) return;
       std::string tags;
       for (const TestKey& tag : this->member()->tagColl())
         tags += " " + std::to_string(tag.value);

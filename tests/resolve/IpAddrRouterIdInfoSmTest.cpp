@@ -26,7 +26,9 @@ class IpAddrRouterIdInfoSmTest : public ::testing::Test {
   void del(const char* router, const char* addr) {
     in->routerIpAddr(v<RouterId>(router))->ipAddrDel(v<IpGenAddr>(addr));
   }
-  Lines output() const { return contents(out->ipAddrRouterIdColl(), &IpAddrRouterIdInfo::routerIdColl); }
+  Lines output() const {
+    return contents(out->ipAddrRouterIdColl(), &IpAddrRouterIdInfo::routerIdColl);
+  }
   void start() { sm = Mpls::ipAddrRouterIdInfoSmFactory(in, out); }
 
   Vox::Ptr<Mpls::RouterIpAddrInfoColl> in = Vox::create<Mpls::RouterIpAddrInfoColl>();
@@ -105,7 +107,8 @@ TEST_F(IpAddrRouterIdInfoSmTest, IncrementalAndFromScratchAgreeOverRandomChanges
     }
   }
   auto scratch = Mpls::ipAddrRouterIdInfoSmFactory(in, scratchOut);
-  EXPECT_EQ(output(), contents(scratchOut->ipAddrRouterIdColl(), &IpAddrRouterIdInfo::routerIdColl));
+  EXPECT_EQ(output(),
+            contents(scratchOut->ipAddrRouterIdColl(), &IpAddrRouterIdInfo::routerIdColl));
   EXPECT_FALSE(output().empty());
 }
 

@@ -38,9 +38,7 @@ class IraNexthopStatusSmTest : public ::testing::Test {
   Lines output() const {
     return QuillTest::contents(out->ipNexthopColl(), &Mpls::IpNexthopInfo::viaColl);
   }
-  void start() {
-    sm = Mpls::iraNexthopStatusSmFactory(backlog, status, forwarding, out);
-  }
+  void start() { sm = Mpls::iraNexthopStatusSmFactory(backlog, status, forwarding, out); }
 
   Vox::Ptr<Routing::NexthopBacklog> backlog = Vox::create<Routing::NexthopBacklog>();
   Vox::Ptr<Routing::NexthopVrfStatus> status = Vox::create<Routing::NexthopVrfStatus>();
@@ -91,9 +89,9 @@ TEST_F(IraNexthopStatusSmTest, LosingTheResolutionRemovesTheWholeEntry) {
   resolve("10.0.0.2", 2, {fecVia("10.1.1.2", "Ethernet1")});
   resolve("10.0.0.3", 3, {fecVia("10.1.1.2", "Ethernet1")});
   QuillTest::TraceCapture trace("QuillIraNexthopStatusSm/9");
-  unresolve("10.0.0.1");                // no status
-  resolve("10.0.0.2", 2, {});           // a FEC without vias
-  forwarding->fecDel(FecId(3));         // a FEC the forwarding table no longer knows
+  unresolve("10.0.0.1");         // no status
+  resolve("10.0.0.2", 2, {});    // a FEC without vias
+  forwarding->fecDel(FecId(3));  // a FEC the forwarding table no longer knows
   backlog->backlogIs(v<IpGenAddr>("10.0.0.3"));
   EXPECT_TRUE(output().empty());
   EXPECT_EQ(trace.messages(), (Strings{"Removing ipAddr from ipNexthopInfoColl 10.0.0.1",
@@ -105,7 +103,8 @@ TEST_F(IraNexthopStatusSmTest, MoreThan600ViasThrowAndLeaveTheEntryAsItWas) {
   start();
   resolve("10.0.0.1", 1, {fecVia("10.1.1.2", "Ethernet1")});
   std::vector<FecVia> many;
-  for (uint32_t i = 0; i < 600; ++i) many.push_back({Vela::IpAddr(0x0a020000u + i), v<Vela::IntfId>("Ethernet2")});
+  for (uint32_t i = 0; i < 600; ++i)
+    many.push_back({Vela::IpAddr(0x0a020000u + i), v<Vela::IntfId>("Ethernet2")});
   Fec fec{FecId(1)};
   fec.viasIs(many);
   fec.viaCountIs(601);

@@ -20,7 +20,8 @@ template <class Coll, class Member, class Set>
 Lines contents(const Coll& coll, const Set& (Member::*setOf)() const) {
   Lines lines;
   for (const auto [key, entry] : coll) {
-    for (const auto& member : (entry.*setOf)()) lines.insert(textOf(key) + " " + textOf(member));
+    for (const auto& member : (entry.*setOf)())
+      lines.insert(textOf(key) + " " + textOf(member));
   }
   return lines;
 }

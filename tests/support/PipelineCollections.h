@@ -5,11 +5,14 @@
 namespace QuillTest {
 
 struct PipelineCollections {
-  Vox::Ptr<Mpls::LabelBindingTable> localTable = Vox::create<Mpls::LabelBindingTable>(Mpls::RouterId());
+  Vox::Ptr<Mpls::LabelBindingTable> localTable =
+      Vox::create<Mpls::LabelBindingTable>(Mpls::RouterId());
   Vox::Ptr<Mpls::LabelBindingTableColl> peerTables = Vox::create<Mpls::LabelBindingTableColl>();
-  Vox::Ptr<Mpls::FecRouterLabelInfoColl> fecRouterLabel = Vox::create<Mpls::FecRouterLabelInfoColl>();
+  Vox::Ptr<Mpls::FecRouterLabelInfoColl> fecRouterLabel =
+      Vox::create<Mpls::FecRouterLabelInfoColl>();
   Vox::Ptr<Mpls::RouterIpAddrInfoColl> transportAddrs = Vox::create<Mpls::RouterIpAddrInfoColl>();
-  Vox::Ptr<Mpls::IpAddrRouterIdInfoColl> ipAddrRouterId = Vox::create<Mpls::IpAddrRouterIdInfoColl>();
+  Vox::Ptr<Mpls::IpAddrRouterIdInfoColl> ipAddrRouterId =
+      Vox::create<Mpls::IpAddrRouterIdInfoColl>();
   Vox::Ptr<Mpls::IpNexthopInfoColl> ipNexthop = Vox::create<Mpls::IpNexthopInfoColl>();
   Vox::Ptr<Mpls::RouterNexthopInfoColl> routerNexthop = Vox::create<Mpls::RouterNexthopInfoColl>();
   Vox::Ptr<Mpls::IntfRouterNexthopInfoColl> intfRouterNexthop =
@@ -18,7 +21,8 @@ struct PipelineCollections {
   Vox::Ptr<Mpls::RouterIpNexthopInfoColl> routerIpNexthop =
       Vox::create<Mpls::RouterIpNexthopInfoColl>();
   Vox::Ptr<Mpls::RouterIpAddrInfoColl> intfAddrs = Vox::create<Mpls::RouterIpAddrInfoColl>();
-  Vox::Ptr<Mpls::RouterNexthopInfoColl> filteredNexthop = Vox::create<Mpls::RouterNexthopInfoColl>();
+  Vox::Ptr<Mpls::RouterNexthopInfoColl> filteredNexthop =
+      Vox::create<Mpls::RouterNexthopInfoColl>();
   Vox::Ptr<Mpls::FecRouterNexthopInfoColl> fecRouterNexthop =
       Vox::create<Mpls::FecRouterNexthopInfoColl>();
   Vox::Ptr<Mpls::LabelForwardingInfoColl> lfib = Vox::create<Mpls::LabelForwardingInfoColl>();

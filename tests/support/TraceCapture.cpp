@@ -29,7 +29,8 @@ TraceCapture::~TraceCapture() {
 std::vector<std::string> TraceCapture::records() const {
   std::vector<std::string> lines;
   std::ifstream in(path_);
-  for (std::string line; std::getline(in, line);) lines.push_back(line);
+  for (std::string line; std::getline(in, line);)
+    lines.push_back(line);
   return lines;
 }
 

@@ -1,0 +1,69 @@
+#include "quill/nexthop/IntfRouterNexthopInfoSm.h"
+
+namespace Mpls {
+
+IntfRouterNexthopInfoSm::IntfRouterNexthopInfoSm(
+    const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
+    const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl)
+    : routerNexthopInfoColl_(routerNexthopInfoColl),
+      intfRouterNexthopInfoColl_(intfRouterNexthopInfoColl) {
+  voxRouterNexthopInfoColl_.notifierIs(routerNexthopInfoColl_);
+  handleInitialized();
+}
+
+IntfRouterNexthopInfoSm::~IntfRouterNexthopInfoSm() {
+  handleDelete();
+}
+
+void IntfRouterNexthopInfoSm::handleRouterNexthop(const RouterId& routerId, const FibVia& via) {
+  VOX_ASSERT(initialized(), "initialized()");
+  QUILL_TRACE_FUNC(routerId, via.hop(), via.intfId());
+  const auto router = routerNexthopInfoColl_->routerNexthop(routerId);
+  if (router && router->via(via)) {
+    intfRouterNexthopInfoColl_->intfRouterNexthopIs(via.intfId())
+        ->routerNexthopInfoIs(routerId)
+        ->viaIs(via);
+    return;
+  }
+  const auto intf = intfRouterNexthopInfoColl_->intfRouterNexthop(via.intfId());
+  if (!intf) return;
+  const auto routerOnIntf = intf->routerNexthopInfo(routerId);
+  if (!routerOnIntf) return;
+  routerOnIntf->viaDel(via);
+  if (routerOnIntf->vias() == 0) intf->routerNexthopInfoDel(routerId);
+  if (intf->routerNexthopInfos() == 0)
+    intfRouterNexthopInfoColl_->intfRouterNexthopDel(via.intfId());
+}
+
+void IntfRouterNexthopInfoSm::handleInitialized() {
+  const auto scope = enterHandleInitialized();
+  // Rebuilt from nothing rather than reconciled.
+  intfRouterNexthopInfoColl_->intfRouterNexthopDelAll();
+  for (const auto [routerId, router] : routerNexthopInfoColl_->routerNexthopColl()) {
+    for (const FibVia& via : router.viaColl())
+      handleRouterNexthop(routerId, via);
+  }
+}
+
+void IntfRouterNexthopInfoSm::handleDelete() {
+  leaveInitialized();
+}
+
+void IntfRouterNexthopInfoSm::VoxRouterNexthop::handleRouterNexthopInfo() {
+  if (!ownerReady()) return;
+  for (const FibVia& via : member()->viaColl())
+    owner()->handleRouterNexthop(key(), via);
+}
+
+void IntfRouterNexthopInfoSm::VoxRouterNexthop::vox_handleRouterNexthop_via(const FibVia& via) {
+  owner()->handleRouterNexthop(key(), via);
+}
+
+void IntfRouterNexthopInfoSm::VoxRouterNexthop::onAttribute(const Vox::AttributeInfo& attr,
+                                                            const void* key) {
+  if (const auto* via = RouterNexthopInfo::viaAttribute::match(attr, key)) {
+    vox_handleRouterNexthop_via(*via);
+  }
+}
+
+}  // namespace Mpls

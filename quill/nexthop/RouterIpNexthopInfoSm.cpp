@@ -1,0 +1,131 @@
+#include "quill/nexthop/RouterIpNexthopInfoSm.h"
+
+#include <cstdio>
+#include <sstream>
+
+namespace Mpls {
+
+RouterIpNexthopInfoSm::RouterIpNexthopInfoSm(
+    const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
+    const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
+    const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl)
+    : intfRouterNexthopInfoColl_(intfRouterNexthopInfoColl),
+      mplsIntfColl_(mplsIntfColl),
+      routerIpNexthopInfoColl_(routerIpNexthopInfoColl) {
+  voxIntfRouterNexthopInfoColl_.notifierIs(intfRouterNexthopInfoColl_);
+  voxMplsIntfColl_.notifierIs(mplsIntfColl_);
+  handleInitialized();
+}
+
+RouterIpNexthopInfoSm::~RouterIpNexthopInfoSm() {
+  handleDelete();
+}
+
+void RouterIpNexthopInfoSm::processIntfRouterNexthop(Vela::IntfId intfId, const RouterId& routerId,
+                                                     const FibVia& via) {
+  QUILL_TRACE_FUNC(intfId, routerId, via);
+  if (!(via.intfId() == intfId)) [[unlikely]] {
+    std::ostringstream message;
+    message << "Failed("
+            << "via.intfId() == intfId"
+            << ") " << via.intfId() << " != " << intfId;
+    std::fprintf(stderr, "%s\n", message.str().c_str());
+    VOX_ASSERT(false, "!\"via.intfId() == intfId\"");
+  }
+  const Vela::IpGenAddr& hop = via.hop();
+  const auto intf = intfRouterNexthopInfoColl_->intfRouterNexthop(intfId);
+  const auto router = intf ? intf->routerNexthopInfo(routerId) : nullptr;
+  if (router && router->via(via) && mplsIntfColl_->intfId(intfId)) {
+    routerIpNexthopInfoColl_->routerIpNexthopIs(routerId)->ipNexthopInfoIs(hop)->viaIs(via);
+    return;
+  }
+  const auto routerOut = routerIpNexthopInfoColl_->routerIpNexthop(routerId);
+  if (!routerOut) return;
+  const auto hopOut = routerOut->ipNexthopInfo(hop);
+  if (!hopOut) return;
+  hopOut->viaDel(via);
+  if (hopOut->vias() == 0) routerOut->ipNexthopInfoDel(hop);
+  if (routerOut->ipNexthopInfos() == 0) routerIpNexthopInfoColl_->routerIpNexthopDel(routerId);
+}
+
+void RouterIpNexthopInfoSm::handleIntfRouterNexthop(Vela::IntfId intfId, const RouterId& routerId,
+                                                    const FibVia& via) {
+  VOX_ASSERT(initialized(), "initialized()");
+  QUILL_TRACE_FUNC(intfId, routerId, via);
+  // The output never holds vias of non-MPLS interfaces, so their changes need no work.
+  if (mplsIntfColl_->intfId(intfId)) processIntfRouterNexthop(intfId, routerId, via);
+}
+
+void RouterIpNexthopInfoSm::handleIntfId(Vela::IntfId intfId) {
+  VOX_ASSERT(initialized(), "initialized()");
+  QUILL_TRACE_FUNC(intfId);
+  const auto intf = intfRouterNexthopInfoColl_->intfRouterNexthop(intfId);
+  if (!intf) return;
+  for (const auto [routerId, router] : intf->routerNexthopInfoColl()) {
+    for (const FibVia& via : router.viaColl())
+      processIntfRouterNexthop(intfId, routerId, via);
+  }
+}
+
+void RouterIpNexthopInfoSm::handleInitialized() {
+  const auto scope = enterHandleInitialized();
+  // Rebuilt from nothing rather than reconciled.
+  routerIpNexthopInfoColl_->routerIpNexthopDelAll();
+  for (const auto [intfId, intf] : intfRouterNexthopInfoColl_->intfRouterNexthopColl()) {
+    for (const auto [routerId, router] : intf.routerNexthopInfoColl()) {
+      for (const FibVia& via : router.viaColl())
+        handleIntfRouterNexthop(intfId, routerId, via);
+    }
+  }
+  for (const Vela::IntfId& intfId : mplsIntfColl_->intfIdColl())
+    handleIntfId(intfId);
+}
+
+void RouterIpNexthopInfoSm::handleDelete() {
+  leaveInitialized();
+}
+
+RouterIpNexthopInfoSm::VoxIntfRouterNexthop::VoxIntfRouterNexthop(
+    const Vox::Ptr<const IntfRouterNexthopInfo>& intf, RouterIpNexthopInfoSm* owner)
+    : MemberReactor(intf, owner) {
+  Vox::syncPerKeyReactors<IntfRouterNexthopInfo::routerNexthopInfoAttribute>(routerNexthopInfo_,
+                                                                             *intf);
+}
+
+void RouterIpNexthopInfoSm::VoxIntfRouterNexthop::handleIntfRouterNexthopInfo() {
+  // Scans made while the owner is constructed or uninitialized must not reach its asserting
+  // handlers.
+  if (!ownerReady()) return;
+  for (const auto [routerId, router] : member()->routerNexthopInfoColl()) {
+    for (const FibVia& via : router.viaColl())
+      owner()->handleIntfRouterNexthop(key(), routerId, via);
+  }
+}
+
+void RouterIpNexthopInfoSm::VoxIntfRouterNexthop::onAttribute(const Vox::AttributeInfo& attr,
+                                                              const void* key) {
+  if (const auto* routerId = IntfRouterNexthopInfo::routerNexthopInfoAttribute::match(attr, key)) {
+    Vox::followMember<IntfRouterNexthopInfo::routerNexthopInfoAttribute>(routerNexthopInfo_,
+                                                                         *member(), *routerId);
+  }
+}
+
+void RouterIpNexthopInfoSm::VoxRouterNexthopInfo::handleRouterNexthopInfo() {
+  if (!ownerAlive() || !owner()->ownerReady()) return;
+  for (const FibVia& via : member()->viaColl())
+    vox_handleRouterNexthopInfo_via(via);
+}
+
+void RouterIpNexthopInfoSm::VoxRouterNexthopInfo::vox_handleRouterNexthopInfo_via(
+    const FibVia& via) {
+  owner()->owner()->handleIntfRouterNexthop(owner()->key(), key(), via);
+}
+
+void RouterIpNexthopInfoSm::VoxRouterNexthopInfo::onAttribute(const Vox::AttributeInfo& attr,
+                                                              const void* key) {
+  if (const auto* via = RouterNexthopInfo::viaAttribute::match(attr, key)) {
+    vox_handleRouterNexthopInfo_via(*via);
+  }
+}
+
+}  // namespace Mpls

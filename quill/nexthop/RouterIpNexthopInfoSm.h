@@ -1,0 +1,111 @@
+#pragma once
+// Stage 4, hand-written: keeps only the router vias that leave through an MPLS-enabled interface
+// and regroups them per router and next-hop address.
+//
+// Inputs `IntfRouterNexthopInfoColl` (interface -> router -> vias) and `MplsIntfColl`; output
+// `RouterIpNexthopInfoColl` (router -> hop address -> vias). Invariant once initialized: via V of
+// router R is in the output (under R and V's hop address) exactly when the input lists V for R
+// under V's interface and that interface is an MPLS interface. An interface joining MPLS brings
+// in all its vias; one leaving withdraws them. Initialization rebuilds the output from nothing.
+//
+// Per-key reactors: one per interface entity of the input, each keeping one per router entity
+// under its interface.
+#include <tuple>
+
+#include "quill/core/StageReactor.h"
+#include "quill/model/IntfRouterNexthopInfoColl.h"
+#include "quill/model/MplsIntfColl.h"
+#include "quill/model/RouterIpNexthopInfoColl.h"
+
+namespace Mpls {
+
+class RouterIpNexthopInfoSm : public Quill::StageReactor<RouterIpNexthopInfoSm> {
+ public:
+  static constexpr Quill::StaticName kQualifiedName = "Mpls::RouterIpNexthopInfoSm";
+  class VoxIntfRouterNexthop;
+
+  // Follows the vias of one router under one interface.
+  class VoxRouterNexthopInfo
+      : public Vox::MemberReactor<VoxRouterNexthopInfo, VoxIntfRouterNexthop, RouterNexthopInfo> {
+   public:
+    static constexpr Vox::Removal kRemoval = Vox::Removal::kDrop;
+    using MemberReactor::MemberReactor;
+    // Scans the router's vias; entities arrive empty, so this matters only for a router entity
+    // that is already populated when its reactor is made.
+    void handleRouterNexthopInfo();
+    void vox_handleRouterNexthopInfo_via(const FibVia& via);
+    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
+    static constexpr auto kWholeMemberHandler = &VoxRouterNexthopInfo::handleRouterNexthopInfo;
+  };
+
+  // Follows the routers of one interface.
+  class VoxIntfRouterNexthop
+      : public Vox::MemberReactor<VoxIntfRouterNexthop, RouterIpNexthopInfoSm,
+                                  IntfRouterNexthopInfo> {
+   public:
+    static constexpr Vox::Removal kRemoval = Vox::Removal::kDrop;
+    VoxIntfRouterNexthop(const Vox::Ptr<const IntfRouterNexthopInfo>& intf,
+                         RouterIpNexthopInfoSm* owner);
+    void handleIntfRouterNexthopInfo();
+    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
+    static constexpr auto kWholeMemberHandler = &VoxIntfRouterNexthop::handleIntfRouterNexthopInfo;
+
+    Vox::Ptr<VoxRouterNexthopInfo> routerNexthopInfoIs(
+        const Vox::Ptr<const RouterNexthopInfo>& entity) {
+      return routerNexthopInfo_.is(entity);
+    }
+    void routerNexthopInfoDel(const RouterId& routerId) { routerNexthopInfo_.del(routerId); }
+    void routerNexthopInfoDelAll() { routerNexthopInfo_.delAll(); }
+
+   private:
+    Vox::PerKeyReactorColl<VoxRouterNexthopInfo> routerNexthopInfo_{
+        *this, "Mpls::RouterIpNexthopInfoSm::VoxIntfRouterNexthop", "routerNexthopInfo"};
+  };
+
+  RouterIpNexthopInfoSm(const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
+                        const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
+                        const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl);
+  ~RouterIpNexthopInfoSm() override;
+
+  static Vox::Ptr<RouterIpNexthopInfoSm> RouterIpNexthopInfoSmIs(
+      const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
+      const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
+      const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl) {
+    return create(intfRouterNexthopInfoColl, mplsIntfColl, routerIpNexthopInfoColl);
+  }
+  auto constructorArguments() const {
+    return std::tuple(intfRouterNexthopInfoColl_.ptr(), mplsIntfColl_.ptr(),
+                      routerIpNexthopInfoColl_.ptr());
+  }
+
+  // Re-derives one (interface, router, via) triple; the single writer of the output. Fatal when
+  // the via does not leave through `intfId`.
+  void processIntfRouterNexthop(Vela::IntfId intfId, const RouterId& routerId, const FibVia& via);
+  // A via changed under an interface and router. Fatal "initialized()" while uninitialized.
+  void handleIntfRouterNexthop(Vela::IntfId intfId, const RouterId& routerId, const FibVia& via);
+  // An interface joined or left MPLS. Fatal "initialized()" while uninitialized.
+  void handleIntfId(Vela::IntfId intfId);
+  void handleInitialized();
+  void handleDelete();
+
+  Vox::Ptr<VoxIntfRouterNexthop> intfRouterNexthopIs(
+      const Vox::Ptr<const IntfRouterNexthopInfo>& entity) {
+    return intfRouterNexthop_.is(entity);
+  }
+  void intfRouterNexthopDel(Vela::IntfId intfId) { intfRouterNexthop_.del(intfId); }
+  void intfRouterNexthopDelAll() { intfRouterNexthop_.delAll(); }
+
+ private:
+  Vox::Ptr<const IntfRouterNexthopInfoColl> intfRouterNexthopInfoColl_;
+  Vox::Ptr<const MplsIntfColl> mplsIntfColl_;
+  Vox::Ptr<RouterIpNexthopInfoColl> routerIpNexthopInfoColl_;
+  Vox::PerKeyReactorColl<VoxIntfRouterNexthop> intfRouterNexthop_{
+      *this, "Mpls::RouterIpNexthopInfoSm", "intfRouterNexthop"};
+  Vox::CollectionObserver<IntfRouterNexthopInfoColl::intfRouterNexthopAttribute,
+                          VoxIntfRouterNexthop>
+      voxIntfRouterNexthopInfoColl_{*this, intfRouterNexthop_};
+  Vox::KeyObserver<MplsIntfColl::intfIdAttribute, &RouterIpNexthopInfoSm::handleIntfId>
+      voxMplsIntfColl_{*this};
+};
+
+}  // namespace Mpls

@@ -1,0 +1,131 @@
+#include "quill/nexthop/RouterNexthopInfoSm.h"
+
+namespace Mpls {
+
+namespace {
+void assertViasMatchJustifications(const RouterNexthopInfo& routerNexthopInfo) {
+  VOX_ASSERT(routerNexthopInfo.nexthopIpInfos() == routerNexthopInfo.vias(),
+             "routerNexthopInfo->nexthopIpInfos() == routerNexthopInfo->vias()");
+}
+}  // namespace
+
+RouterNexthopInfoSm::RouterNexthopInfoSm(
+    const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
+    const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl,
+    const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl)
+    : ipAddrRouterIdInfoColl_(ipAddrRouterIdInfoColl),
+      ipNexthopInfoColl_(ipNexthopInfoColl),
+      routerNexthopInfoColl_(routerNexthopInfoColl) {
+  voxIpAddrRouterIdInfoColl_.notifierIs(ipAddrRouterIdInfoColl_);
+  voxIpNexthopInfoColl_.notifierIs(ipNexthopInfoColl_);
+  handleInitialized();
+}
+
+RouterNexthopInfoSm::~RouterNexthopInfoSm() {
+  handleDelete();
+}
+
+void RouterNexthopInfoSm::processRouterNexthopIp(const RouterId& routerId, const FibVia& via,
+                                                 const Vela::IpGenAddr& ipAddr) {
+  QUILL_TRACE_FUNC(routerId, via, ipAddr);
+  const auto routers = ipAddrRouterIdInfoColl_->ipAddrRouterId(ipAddr);
+  const auto vias = ipNexthopInfoColl_->ipNexthop(ipAddr);
+  if (routers && routers->routerId(routerId) && vias && vias->via(via)) {
+    const auto router = routerNexthopInfoColl_->routerNexthopIs(routerId);
+    router->nexthopIpInfoIs(via)->destIpIs(ipAddr);
+    router->viaIs(via);
+    assertViasMatchJustifications(*router);
+    return;
+  }
+  const auto router = routerNexthopInfoColl_->routerNexthop(routerId);
+  if (!router) return;
+  const auto justification = router->nexthopIpInfo(via);
+  if (!justification) return;
+  justification->destIpDel(ipAddr);
+  if (justification->destIps() != 0) return;  // other addresses still use the via
+  router->nexthopIpInfoDel(via);
+  router->viaDel(via);
+  assertViasMatchJustifications(*router);
+  if (router->vias() == 0) routerNexthopInfoColl_->routerNexthopDel(routerId);
+}
+
+void RouterNexthopInfoSm::handleIpAddrRouterId(const Vela::IpGenAddr& ipAddr,
+                                               const RouterId& routerId) {
+  VOX_ASSERT(initialized(), "initialized()");
+  QUILL_TRACE_FUNC(ipAddr, routerId);
+  const auto vias = ipNexthopInfoColl_->ipNexthop(ipAddr);
+  if (!vias) return;
+  for (const FibVia& via : vias->viaColl())
+    processRouterNexthopIp(routerId, via, ipAddr);
+}
+
+void RouterNexthopInfoSm::handleIpAddrVia(const Vela::IpGenAddr& ipAddr, const FibVia& via) {
+  VOX_ASSERT(initialized(), "initialized()");
+  QUILL_TRACE_FUNC(ipAddr, via);
+  const auto routers = ipAddrRouterIdInfoColl_->ipAddrRouterId(ipAddr);
+  if (!routers) return;
+  for (const RouterId& routerId : routers->routerIdColl()) {
+    processRouterNexthopIp(routerId, via, ipAddr);
+  }
+}
+
+void RouterNexthopInfoSm::handleInitialized() {
+  const auto scope = enterHandleInitialized();
+  // Rebuilt from nothing rather than reconciled (the resolution stages sweep instead).
+  routerNexthopInfoColl_->routerNexthopDelAll();
+  for (const auto [ipAddr, routers] : ipAddrRouterIdInfoColl_->ipAddrRouterIdColl()) {
+    for (const RouterId& routerId : routers.routerIdColl())
+      handleIpAddrRouterId(ipAddr, routerId);
+  }
+  // Repeats what the first scan produced; every step is idempotent.
+  for (const auto [ipAddr, vias] : ipNexthopInfoColl_->ipNexthopColl()) {
+    for (const FibVia& via : vias.viaColl())
+      handleIpAddrVia(ipAddr, via);
+  }
+}
+
+void RouterNexthopInfoSm::handleDelete() {
+  leaveInitialized();
+}
+
+void RouterNexthopInfoSm::VoxIpAddrRouterId::handleIpAddrRouterIdInfo() {
+  // Scans made while the owner is constructed or uninitialized must not reach its asserting
+  // handlers.
+  if (!ownerReady()) return;
+  for (const RouterId& routerId : member()->routerIdColl()) {
+    owner()->handleIpAddrRouterId(key(), routerId);
+  }
+}
+
+void RouterNexthopInfoSm::VoxIpAddrRouterId::vox_handleIpAddrRouterId_routerId(
+    const RouterId& routerId) {
+  owner()->handleIpAddrRouterId(key(), routerId);
+}
+
+void RouterNexthopInfoSm::VoxIpAddrRouterId::onAttribute(const Vox::AttributeInfo& attr,
+                                                         const void* key) {
+  if (const auto* routerId = IpAddrRouterIdInfo::routerIdAttribute::match(attr, key)) {
+    vox_handleIpAddrRouterId_routerId(*routerId);
+  }
+}
+
+void RouterNexthopInfoSm::VoxIpNexthop::handleIpNexthopInfo() {
+  // Scans made while the owner is constructed or uninitialized must not reach its asserting
+  // handlers.
+  if (!ownerReady()) return;
+  for (const FibVia& via : member()->viaColl())
+    owner()->handleIpAddrVia(key(), via);
+}
+
+void RouterNexthopInfoSm::VoxIpNexthop::vox_handleIpNexthop_via(const FibVia& via) {
+  owner()->handleIpAddrVia(key(), via);
+}
+
+void RouterNexthopInfoSm::VoxIpNexthop::onAttribute(const Vox::AttributeInfo& attr,
+                                                    const void* key) {
+  if (const auto* via = IpNexthopInfo::viaAttribute::match(attr, key)) {
+    vox_handleIpNexthop_via(*via);
+  }
+}
+
+}  // namespace Mpls

@@ -1,0 +1,110 @@
+#include "quill/nexthop/RouterIpNexthopInfoSm.h"
+
+#include <gtest/gtest.h>
+
+#include "tests/support/Contents.h"
+#include "tests/support/Values.h"
+
+namespace {
+
+using Mpls::FibVia;
+using Mpls::RouterId;
+using QuillTest::Lines;
+using QuillTest::v;
+using Vela::IntfId;
+
+class RouterIpNexthopInfoSmTest : public ::testing::Test {
+ protected:
+  // Lists `via` for `router` under the via's own interface, as interface grouping does.
+  void add(const char* router, const char* via) {
+    const auto parsed = v<FibVia>(via);
+    in->intfRouterNexthopIs(parsed.intfId())
+        ->routerNexthopInfoIs(v<RouterId>(router))
+        ->viaIs(parsed);
+  }
+  void del(const char* router, const char* via) {
+    const auto parsed = v<FibVia>(via);
+    in->intfRouterNexthop(parsed.intfId())->routerNexthopInfo(v<RouterId>(router))->viaDel(parsed);
+  }
+  void mpls(const char* intf, bool enabled) {
+    if (enabled) {
+      mplsIntfs->intfIdIs(v<IntfId>(intf));
+    } else {
+      mplsIntfs->intfIdDel(v<IntfId>(intf));
+    }
+  }
+  Lines output() const {
+    return QuillTest::contents(out->routerIpNexthopColl(),
+                               &Mpls::RouterIpNexthopInfo::ipNexthopInfoColl,
+                               &Mpls::IpNexthopInfo::viaColl);
+  }
+  void start() { sm = Mpls::RouterIpNexthopInfoSm::RouterIpNexthopInfoSmIs(in, mplsIntfs, out); }
+
+  Vox::Ptr<Mpls::IntfRouterNexthopInfoColl> in = Vox::create<Mpls::IntfRouterNexthopInfoColl>();
+  Vox::Ptr<Mpls::MplsIntfColl> mplsIntfs = Vox::create<Mpls::MplsIntfColl>();
+  Vox::Ptr<Mpls::RouterIpNexthopInfoColl> out = Vox::create<Mpls::RouterIpNexthopInfoColl>();
+  Vox::Ptr<Mpls::RouterIpNexthopInfoSm> sm;
+};
+
+TEST_F(RouterIpNexthopInfoSmTest, OnlyMplsInterfacesPassAndTheyComeAndGoWhole) {
+  start();
+  add("2.2.2.2:0", "10.1.1.2-Ethernet1");
+  add("2.2.2.2:0", "10.1.2.2-Ethernet2");
+  add("3.3.3.3:0", "10.1.1.3-Ethernet1");
+  mpls("Ethernet2", true);
+  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.2.2 10.1.2.2-Ethernet2"}));
+  mpls("Ethernet1", true);
+  EXPECT_EQ(output(),
+            (Lines{"2.2.2.2:0 10.1.1.2 10.1.1.2-Ethernet1", "2.2.2.2:0 10.1.2.2 10.1.2.2-Ethernet2",
+                   "3.3.3.3:0 10.1.1.3 10.1.1.3-Ethernet1"}));
+  mpls("Ethernet1", false);  // 3.3.3.3 had no other via: it goes entirely
+  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.2.2 10.1.2.2-Ethernet2"}));
+  add("3.3.3.3:0", "10.1.1.4-Ethernet1");  // changes on a non-MPLS interface are ignored
+  del("2.2.2.2:0", "10.1.2.2-Ethernet2");
+  EXPECT_TRUE(output().empty());
+}
+
+TEST_F(RouterIpNexthopInfoSmTest, OneHopAddressOnTwoMplsInterfacesSharesItsEntry) {
+  mpls("Ethernet1", true);
+  mpls("Ethernet2", true);
+  start();
+  add("2.2.2.2:0", "10.1.1.2-Ethernet1");
+  add("2.2.2.2:0", "10.1.1.2-Ethernet2");
+  EXPECT_EQ(out->routerIpNexthop(v<RouterId>("2.2.2.2:0"))->ipNexthopInfos(), 1u);
+  EXPECT_EQ(output().size(), 2u);
+}
+
+TEST_F(RouterIpNexthopInfoSmTest, InitializationRebuildsFromBothInputs) {
+  mpls("Ethernet1", true);
+  add("2.2.2.2:0", "10.1.1.2-Ethernet1");
+  add("2.2.2.2:0", "10.1.2.2-Ethernet2");
+  out->routerIpNexthopIs(v<RouterId>("9.9.9.9:0"))
+      ->ipNexthopInfoIs(v<Vela::IpGenAddr>("10.9.9.9"))
+      ->viaIs(v<FibVia>("10.9.9.9-Ethernet1"));
+  start();
+  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.1.2 10.1.1.2-Ethernet1"}));
+}
+
+using RouterIpNexthopInfoSmDeathTest = RouterIpNexthopInfoSmTest;
+
+TEST_F(RouterIpNexthopInfoSmDeathTest, MisuseIsFatal) {
+  start();
+  EXPECT_DEATH(sm->processIntfRouterNexthop(v<IntfId>("Ethernet2"), v<RouterId>("2.2.2.2:0"),
+                                            v<FibVia>("10.1.1.2-Ethernet1")),
+               "Failed\\(via.intfId\\(\\) == intfId\\) Ethernet1 != Ethernet2\n.*"
+               "fatal assertion failed: !\"via.intfId\\(\\) == intfId\"");
+  EXPECT_DEATH([&]() noexcept { sm->intfRouterNexthopIs(nullptr); }(),
+               "null _intfRouterNexthop parameter to mutator for "
+               "Mpls::RouterIpNexthopInfoSm::intfRouterNexthop not allowed\"");
+  add("2.2.2.2:0", "10.1.1.2-Ethernet1");
+  auto perIntf = sm->intfRouterNexthopIs(in->intfRouterNexthop(v<IntfId>("Ethernet1")));
+  EXPECT_DEATH(
+      [&]() noexcept { perIntf->routerNexthopInfoIs(nullptr); }(),
+      "null _routerNexthopInfo parameter to mutator for "
+      "Mpls::RouterIpNexthopInfoSm::VoxIntfRouterNexthop::routerNexthopInfo not allowed\"");
+  sm->handleDelete();
+  EXPECT_DEATH(mpls("Ethernet1", true), "initialized\\(\\)");
+  EXPECT_DEATH(add("2.2.2.2:0", "10.1.1.3-Ethernet1"), "initialized\\(\\)");
+}
+
+}  // namespace

@@ -1,0 +1,174 @@
+#include "quill/nexthop/RouterNexthopInfoSm.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "tests/support/Contents.h"
+#include "tests/support/Values.h"
+
+namespace {
+
+using Mpls::FibVia;
+using Mpls::RouterId;
+using QuillTest::Lines;
+using QuillTest::v;
+using Vela::IpGenAddr;
+
+class RouterNexthopInfoSmTest : public ::testing::Test {
+ protected:
+  void advertise(const char* addr, const char* router) {
+    routers->ipAddrRouterIdIs(v<IpGenAddr>(addr))->routerIdIs(v<RouterId>(router));
+  }
+  void withdraw(const char* addr, const char* router) {
+    routers->ipAddrRouterId(v<IpGenAddr>(addr))->routerIdDel(v<RouterId>(router));
+  }
+  void resolve(const char* addr, const char* via) {
+    vias->ipNexthopIs(v<IpGenAddr>(addr))->viaIs(v<FibVia>(via));
+  }
+  void unresolve(const char* addr, const char* via) {
+    vias->ipNexthop(v<IpGenAddr>(addr))->viaDel(v<FibVia>(via));
+  }
+  // "router via address" for every justification, and checks `via` against them.
+  static Lines justified(const Mpls::RouterNexthopInfoColl& coll) {
+    Lines viaLines;
+    for (const auto [router, info] : coll.routerNexthopColl()) {
+      for (const FibVia& via : info.viaColl())
+        viaLines.insert(router.valueToStrep() + " " + via.valueToStrep());
+    }
+    Lines fromJustifications;
+    const Lines lines =
+        QuillTest::contents(coll.routerNexthopColl(), &Mpls::RouterNexthopInfo::nexthopIpInfoColl,
+                            &Mpls::NexthopIpInfo::destIpColl);
+    for (const std::string& line : lines)
+      fromJustifications.insert(line.substr(0, line.rfind(' ')));
+    EXPECT_EQ(viaLines, fromJustifications) << "vias and justified vias differ";
+    return lines;
+  }
+  Lines output() const { return justified(*out); }
+  void start() { sm = Mpls::RouterNexthopInfoSm::RouterNexthopInfoSmIs(routers, vias, out); }
+
+  Vox::Ptr<Mpls::IpAddrRouterIdInfoColl> routers = Vox::create<Mpls::IpAddrRouterIdInfoColl>();
+  Vox::Ptr<Mpls::IpNexthopInfoColl> vias = Vox::create<Mpls::IpNexthopInfoColl>();
+  Vox::Ptr<Mpls::RouterNexthopInfoColl> out = Vox::create<Mpls::RouterNexthopInfoColl>();
+  Vox::Ptr<Mpls::RouterNexthopInfoSm> sm;
+};
+
+TEST_F(RouterNexthopInfoSmTest, AViaStaysWhileAnyAddressOfTheRouterJustifiesIt) {
+  start();
+  advertise("10.0.0.1", "2.2.2.2:0");
+  advertise("10.0.0.2", "2.2.2.2:0");
+  resolve("10.0.0.1", "10.1.1.2-Ethernet1");
+  resolve("10.0.0.2", "10.1.1.2-Ethernet1");
+  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.1.2-Ethernet1 10.0.0.1",
+                             "2.2.2.2:0 10.1.1.2-Ethernet1 10.0.0.2"}));
+  unresolve("10.0.0.1", "10.1.1.2-Ethernet1");
+  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.1.2-Ethernet1 10.0.0.2"}));
+  unresolve("10.0.0.2", "10.1.1.2-Ethernet1");
+  EXPECT_EQ(out->routerNexthops(), 0u);
+}
+
+TEST_F(RouterNexthopInfoSmTest, SharedAddressesAndRouterWithdrawals) {
+  start();
+  advertise("10.0.0.1", "2.2.2.2:0");
+  advertise("10.0.0.1", "3.3.3.3:0");
+  advertise("10.0.0.2", "2.2.2.2:0");
+  resolve("10.0.0.1", "10.1.1.2-Ethernet1");
+  resolve("10.0.0.2", "10.1.2.2-Ethernet2");
+  EXPECT_EQ(output(),
+            (Lines{"2.2.2.2:0 10.1.1.2-Ethernet1 10.0.0.1", "2.2.2.2:0 10.1.2.2-Ethernet2 10.0.0.2",
+                   "3.3.3.3:0 10.1.1.2-Ethernet1 10.0.0.1"}));
+  // The router leaves one address: it loses exactly the vias only that address supplied.
+  withdraw("10.0.0.1", "2.2.2.2:0");
+  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.2.2-Ethernet2 10.0.0.2",
+                             "3.3.3.3:0 10.1.1.2-Ethernet1 10.0.0.1"}));
+  // A triple the inputs do not form removes nothing that another address backs.
+  sm->processRouterNexthopIp(v<RouterId>("2.2.2.2:0"), v<FibVia>("10.1.2.2-Ethernet2"),
+                             v<IpGenAddr>("10.0.0.1"));
+  EXPECT_EQ(out->routerNexthops(), 2u);
+}
+
+TEST_F(RouterNexthopInfoSmTest, InitializationRebuildsAndWholeEntityRemovalWaitsForIt) {
+  advertise("10.0.0.1", "2.2.2.2:0");
+  resolve("10.0.0.1", "10.1.1.2-Ethernet1");
+  out->routerNexthopIs(v<RouterId>("9.9.9.9:0"))->viaIs(v<FibVia>("10.9.9.9-Ethernet9"));
+  start();
+  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.1.2-Ethernet1 10.0.0.1"}));
+  vias->ipNexthopDel(v<IpGenAddr>("10.0.0.1"));  // removed whole, its via still listed
+  EXPECT_EQ(out->routerNexthops(), 1u);
+  sm->handleInitialized();
+  EXPECT_EQ(out->routerNexthops(), 0u);
+}
+
+// Built incrementally, or over the same inputs from scratch, the join is the same, as long as
+// entities lose their members before they go.
+TEST_F(RouterNexthopInfoSmTest, IncrementalAndFromScratchAgree) {
+  std::mt19937 random(11);
+  start();
+  for (int step = 0; step < 3000; ++step) {
+    const std::string addr = "10.0.0." + std::to_string(random() % 5);
+    const std::string router = std::to_string(1 + random() % 3) + ".0.0.1:0";
+    const std::string via =
+        "10.1.1." + std::to_string(random() % 3) + "-Ethernet" + std::to_string(1 + random() % 2);
+    switch (random() % 4) {
+      case 0:
+        advertise(addr.c_str(), router.c_str());
+        break;
+      case 1:
+        if (routers->ipAddrRouterId(v<IpGenAddr>(addr))) withdraw(addr.c_str(), router.c_str());
+        break;
+      case 2:
+        resolve(addr.c_str(), via.c_str());
+        break;
+      default:
+        if (vias->ipNexthop(v<IpGenAddr>(addr))) unresolve(addr.c_str(), via.c_str());
+        break;
+    }
+  }
+  auto scratchOut = Vox::create<Mpls::RouterNexthopInfoColl>();
+  auto scratch = Mpls::RouterNexthopInfoSm::RouterNexthopInfoSmIs(routers, vias, scratchOut);
+  EXPECT_EQ(output(), justified(*scratchOut));
+  EXPECT_FALSE(output().empty());
+}
+
+TEST_F(RouterNexthopInfoSmTest, NullEntitiesAreRangeErrors) {
+  start();
+  EXPECT_THROW(
+      try { sm->ipAddrRouterIdIs(nullptr); } catch (const Vox::RangeException& e) {
+        EXPECT_STREQ(e.what(),
+                     "null _ipAddrRouterId parameter to mutator for "
+                     "Mpls::RouterNexthopInfoSm::ipAddrRouterId not allowed\"");
+        throw;
+      },
+      Vox::RangeException);
+  EXPECT_THROW(
+      try { sm->ipNexthopIs(nullptr); } catch (const Vox::RangeException& e) {
+        EXPECT_STREQ(e.what(),
+                     "null _ipNexthop parameter to mutator for "
+                     "Mpls::RouterNexthopInfoSm::ipNexthop not allowed\"");
+        throw;
+      },
+      Vox::RangeException);
+}
+
+using RouterNexthopInfoSmDeathTest = RouterNexthopInfoSmTest;
+
+TEST_F(RouterNexthopInfoSmDeathTest, BrokenInvariantsAreFatal) {
+  start();
+  advertise("10.0.0.1", "2.2.2.2:0");
+  // An output entry whose vias and justifications disagree (written behind the reactor's back).
+  out->routerNexthopIs(v<RouterId>("2.2.2.2:0"))->viaIs(v<FibVia>("10.9.9.9-Ethernet9"));
+  EXPECT_DEATH(resolve("10.0.0.1", "10.1.1.2-Ethernet1"),
+               "routerNexthopInfo->nexthopIpInfos\\(\\) == routerNexthopInfo->vias\\(\\)");
+  EXPECT_DEATH([&]() noexcept { sm->ipNexthopIs(nullptr); }(),
+               "null _ipNexthop parameter to mutator for Mpls::RouterNexthopInfoSm::ipNexthop not "
+               "allowed\"");
+  EXPECT_DEATH([&]() noexcept { sm->ipAddrRouterIdIs(nullptr); }(),
+               "null _ipAddrRouterId parameter to mutator for "
+               "Mpls::RouterNexthopInfoSm::ipAddrRouterId not allowed\"");
+  sm->handleDelete();
+  EXPECT_DEATH(advertise("10.0.0.1", "3.3.3.3:0"), "initialized\\(\\)");
+  EXPECT_DEATH(resolve("10.0.0.1", "10.1.1.3-Ethernet1"), "initialized\\(\\)");
+}
+
+}  // namespace
