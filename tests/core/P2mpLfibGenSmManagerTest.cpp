@@ -2,7 +2,7 @@
 
 #include <gtest/gtest.h>
 
-#include "tests/support/PipelineCollections.h"
+#include "sim/PipelineCollections.h"
 #include "tests/support/TraceCapture.h"
 #include "tests/support/Values.h"
 
@@ -19,7 +19,7 @@ class P2mpLfibGenSmManagerTest : public ::testing::Test {
   bool inverted(const char* addr) const {
     return bool(colls.ipAddrRouterId->ipAddrRouterId(v<Vela::IpGenAddr>(addr)));
   }
-  QuillTest::PipelineCollections colls;
+  Sim::PipelineCollections colls;
 };
 
 TEST_F(P2mpLfibGenSmManagerTest, AConstructedManagerRunsItsPipeline) {

@@ -1,8 +1,9 @@
 #pragma once
-// The fourteen collections a pipeline manager is handed, owned the way an agent owns them.
+// The fourteen collections a pipeline manager is handed, owned the way an agent owns them, and
+// the manager's construction over them in its argument order.
 #include "quill/core/P2mpLfibGenSmManager.h"
 
-namespace QuillTest {
+namespace Sim {
 
 struct PipelineCollections {
   Vox::Ptr<Mpls::LabelBindingTable> localTable =
@@ -40,4 +41,4 @@ struct PipelineCollections {
   }
 };
 
-}  // namespace QuillTest
+}  // namespace Sim
