@@ -24,7 +24,9 @@ class LabelBindingTable : public Vox::KeyedEntity<LabelBindingTable, RouterId> {
 
   // The notification channel.
   VOX_ATTRIBUTE_DESCRIPTOR(LabelBindingTable, notifier, FwdEqvClass)
-  void updateNotifier(const FwdEqvClass& fec, Vela::MplsLabel label) {
+  // The channel is not part of the table's content: publishing through a read-only reference
+  // is allowed, as that is how the table's readers announce labels.
+  void updateNotifier(const FwdEqvClass& fec, Vela::MplsLabel label) const {
     notifier_.publish(*this, notifierAttribute::info, fec, label);
   }
   // The last label published for `fec`, or null if none was.
@@ -34,7 +36,7 @@ class LabelBindingTable : public Vox::KeyedEntity<LabelBindingTable, RouterId> {
   }
 
  private:
-  Vox::ValueMapAttribute<FwdEqvClass, Vela::MplsLabel> notifier_;
+  mutable Vox::ValueMapAttribute<FwdEqvClass, Vela::MplsLabel> notifier_;
 };
 
 }  // namespace Mpls

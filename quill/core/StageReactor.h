@@ -44,10 +44,9 @@ namespace Quill {
 template <class Derived>
 class StageReactor : public Vox::Reactor {
  public:
+  // "Quill" + the type name, unless the reactor names a handle it shares (`kTraceHandleName`).
   static Vox::TraceHandle& traceHandle() {
-    static constexpr auto kHandleName =
-        StaticName("Quill") + unqualified<Derived::kQualifiedName>();
-    static Vox::TraceHandle handle(std::string(kHandleName.view()), false);
+    static Vox::TraceHandle handle(std::string(traceHandleName().view()), false);
     return handle;
   }
 
@@ -90,6 +89,13 @@ class StageReactor : public Vox::Reactor {
   }
 
  private:
+  static constexpr auto traceHandleName() {
+    if constexpr (requires { Derived::kTraceHandleName; }) {
+      return Derived::kTraceHandleName;
+    } else {
+      return StaticName("Quill") + unqualified<Derived::kQualifiedName>();
+    }
+  }
   static void traceLifecycle(const char* handler, const std::source_location& where) {
     if (traceHandle().enabled(8)) [[unlikely]] {
       traceHandle().write(8, where.file_name(), static_cast<int>(where.line()),

@@ -1,0 +1,234 @@
+#include "quill/lfib/LabelForwardingInfoSm.h"
+
+namespace Mpls {
+
+LabelForwardingInfoSm::LabelForwardingInfoSm(
+    const Vox::Ptr<const LabelBindingTable>& localLabelBindingTable,
+    const Vox::Ptr<const FecRouterLabelInfoColl>& fecRouterLabelInfoColl,
+    const Vox::Ptr<const FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl,
+    const Vox::Ptr<LabelForwardingInfoColl>& labelForwardingInfoColl)
+    : fecLabelColl_(localLabelBindingTable),
+      fecRouterLabelInfoColl_(fecRouterLabelInfoColl),
+      fecRouterNexthopInfoColl_(fecRouterNexthopInfoColl),
+      labelForwardingInfoColl_(labelForwardingInfoColl) {
+  voxFecLabelColl_.notifierIs(fecLabelColl_);
+  voxFecRouterLabelInfoColl_.notifierIs(fecRouterLabelInfoColl_);
+  voxFecRouterNexthopInfoColl_.notifierIs(fecRouterNexthopInfoColl_);
+  handleInitialized();
+}
+
+LabelForwardingInfoSm::~LabelForwardingInfoSm() {
+  handleDelete();
+}
+
+void LabelForwardingInfoSm::processLabelForwardingInfo(Vela::MplsLabel localLabel,
+                                                       const FibVia& via, Vela::MplsLabel peerLabel,
+                                                       const FwdEqvClass& fec,
+                                                       const RouterId& routerId) {
+  QUILL_TRACE_FUNC(localLabel, via, peerLabel, fec, routerId);
+  const auto local = fecLabelColl_->binding(fec);
+  const auto peerFec = fecRouterLabelInfoColl_->fecRouterLabel(fec);
+  const auto peer = peerFec ? peerFec->routerLabelInfo(routerId) : nullptr;
+  const auto chosenFec = fecRouterNexthopInfoColl_->fecRouterNexthop(fec);
+  const auto chosen = chosenFec ? chosenFec->routerNexthopInfo(routerId) : nullptr;
+  const ViaLabel viaLabel(via, peerLabel);
+  const FecRouter fecRouter(fec, routerId);
+  if (local && local->mplsLabel(localLabel) && peer && peer->routerLabel(peerLabel) && chosen &&
+      chosen->via(via)) {
+    labelForwardingInfoColl_->labelForwardingIs(localLabel)
+        ->forwardingInfoIs(viaLabel)
+        ->fecRouterIs(fecRouter);
+    return;
+  }
+  const auto entry = labelForwardingInfoColl_->labelForwarding(localLabel);
+  if (!entry) return;
+  const auto branch = entry->forwardingInfo(viaLabel);
+  if (!branch) return;
+  branch->fecRouterDel(fecRouter);
+  if (branch->fecRouters() != 0) return;  // other (FEC, router) pairs still justify it
+  entry->forwardingInfoDel(viaLabel);
+  if (entry->forwardingInfos() == 0) labelForwardingInfoColl_->labelForwardingDel(localLabel);
+}
+
+void LabelForwardingInfoSm::handleFecLabel(const FwdEqvClass& fec, Vela::MplsLabel localLabel) {
+  VOX_ASSERT(initialized(), "initialized()");
+  QUILL_TRACE_FUNC(fec, localLabel);
+  const auto peerFec = fecRouterLabelInfoColl_->fecRouterLabel(fec);
+  const auto chosenFec = fecRouterNexthopInfoColl_->fecRouterNexthop(fec);
+  if (!peerFec || !chosenFec) return;
+  for (const auto [routerId, peer] : peerFec->routerLabelInfoColl()) {
+    const auto chosen = chosenFec->routerNexthopInfo(routerId);
+    if (!chosen) continue;
+    for (const Vela::MplsLabel& peerLabel : peer.routerLabelColl()) {
+      for (const FibVia& via : chosen->viaColl()) {
+        processLabelForwardingInfo(localLabel, via, peerLabel, fec, routerId);
+      }
+    }
+  }
+}
+
+void LabelForwardingInfoSm::handleFecRouterLabel(const FwdEqvClass& fec, const RouterId& routerId,
+                                                 Vela::MplsLabel peerLabel) {
+  VOX_ASSERT(initialized(), "initialized()");
+  QUILL_TRACE_FUNC(fec, routerId, peerLabel);
+  const auto local = fecLabelColl_->binding(fec);
+  const auto chosenFec = fecRouterNexthopInfoColl_->fecRouterNexthop(fec);
+  const auto chosen = chosenFec ? chosenFec->routerNexthopInfo(routerId) : nullptr;
+  if (!local || !chosen) return;
+  for (const Vela::MplsLabel& localLabel : local->mplsLabelColl()) {
+    for (const FibVia& via : chosen->viaColl()) {
+      processLabelForwardingInfo(localLabel, via, peerLabel, fec, routerId);
+    }
+  }
+}
+
+void LabelForwardingInfoSm::handleFecRouterNexthop(const FwdEqvClass& fec, const RouterId& routerId,
+                                                   const FibVia& via) {
+  VOX_ASSERT(initialized(), "initialized()");
+  QUILL_TRACE_FUNC(fec, routerId, via);
+  const auto local = fecLabelColl_->binding(fec);
+  const auto peerFec = fecRouterLabelInfoColl_->fecRouterLabel(fec);
+  const auto peer = peerFec ? peerFec->routerLabelInfo(routerId) : nullptr;
+  if (!local || !peer) return;
+  for (const Vela::MplsLabel& localLabel : local->mplsLabelColl()) {
+    for (const Vela::MplsLabel& peerLabel : peer->routerLabelColl()) {
+      processLabelForwardingInfo(localLabel, via, peerLabel, fec, routerId);
+    }
+  }
+}
+
+void LabelForwardingInfoSm::handleInitialized() {
+  const auto scope = enterHandleInitialized();
+  labelForwardingInfoColl_->labelForwardingDelAll();
+  for (const auto [fec, labels] : fecLabelColl_->bindingColl()) {
+    for (const Vela::MplsLabel& localLabel : labels.mplsLabelColl())
+      handleFecLabel(fec, localLabel);
+  }
+  // The next two scans re-evaluate tuples the first settled; all three are part of the scan.
+  for (const auto [fec, routers] : fecRouterLabelInfoColl_->fecRouterLabelColl()) {
+    for (const auto [routerId, peer] : routers.routerLabelInfoColl()) {
+      for (const Vela::MplsLabel& peerLabel : peer.routerLabelColl()) {
+        handleFecRouterLabel(fec, routerId, peerLabel);
+      }
+    }
+  }
+  for (const auto [fec, routers] : fecRouterNexthopInfoColl_->fecRouterNexthopColl()) {
+    for (const auto [routerId, chosen] : routers.routerNexthopInfoColl()) {
+      for (const FibVia& via : chosen.viaColl())
+        handleFecRouterNexthop(fec, routerId, via);
+    }
+  }
+}
+
+void LabelForwardingInfoSm::handleDelete() {
+  leaveInitialized();
+}
+
+// Local labels.
+
+void LabelForwardingInfoSm::VoxFecLabelSet::handleFecLabelSet() {
+  if (!ownerReady()) return;
+  for (const Vela::MplsLabel& label : member()->mplsLabelColl()) {
+    owner()->handleFecLabel(key(), label);
+  }
+}
+
+void LabelForwardingInfoSm::VoxFecLabelSet::vox_handleFecLabelSet_mplsLabel(Vela::MplsLabel label) {
+  owner()->handleFecLabel(key(), label);
+}
+
+void LabelForwardingInfoSm::VoxFecLabelSet::onAttribute(const Vox::AttributeInfo& attr,
+                                                        const void* key) {
+  if (const auto* label = FecLabelSet::mplsLabelAttribute::match(attr, key)) {
+    vox_handleFecLabelSet_mplsLabel(*label);
+  }
+}
+
+// Peer labels.
+
+LabelForwardingInfoSm::VoxFecRouterLabel::VoxFecRouterLabel(
+    const Vox::Ptr<const FecRouterLabelInfo>& fec, LabelForwardingInfoSm* owner)
+    : MemberReactor(fec, owner) {
+  Vox::syncPerKeyReactors<FecRouterLabelInfo::routerLabelInfoAttribute>(routerLabelInfo_, *fec);
+}
+
+void LabelForwardingInfoSm::VoxFecRouterLabel::handleFecRouterLabelInfo() {
+  if (!ownerReady()) return;
+  for (const auto [routerId, peer] : member()->routerLabelInfoColl()) {
+    for (const Vela::MplsLabel& label : peer.routerLabelColl()) {
+      owner()->handleFecRouterLabel(key(), routerId, label);
+    }
+  }
+}
+
+void LabelForwardingInfoSm::VoxFecRouterLabel::onAttribute(const Vox::AttributeInfo& attr,
+                                                           const void* key) {
+  if (const auto* routerId = FecRouterLabelInfo::routerLabelInfoAttribute::match(attr, key)) {
+    Vox::followMember<FecRouterLabelInfo::routerLabelInfoAttribute>(routerLabelInfo_, *member(),
+                                                                    *routerId);
+  }
+}
+
+void LabelForwardingInfoSm::VoxFecRouterLabel::VoxRouterLabelInfo::handleRouterLabelInfo() {
+  if (!owner()->ownerReady()) return;
+  for (const Vela::MplsLabel& label : member()->routerLabelColl()) {
+    vox_handleRouterLabelInfo_routerLabel(label);
+  }
+}
+
+void LabelForwardingInfoSm::VoxFecRouterLabel::VoxRouterLabelInfo::
+    vox_handleRouterLabelInfo_routerLabel(Vela::MplsLabel label) {
+  owner()->owner()->handleFecRouterLabel(owner()->key(), key(), label);
+}
+
+void LabelForwardingInfoSm::VoxFecRouterLabel::VoxRouterLabelInfo::onAttribute(
+    const Vox::AttributeInfo& attr, const void* key) {
+  if (const auto* label = RouterLabelInfo::routerLabelAttribute::match(attr, key)) {
+    vox_handleRouterLabelInfo_routerLabel(*label);
+  }
+}
+
+// Chosen vias.
+
+LabelForwardingInfoSm::VoxFecRouterNexthop::VoxFecRouterNexthop(
+    const Vox::Ptr<const FecRouterNexthopInfo>& fec, LabelForwardingInfoSm* owner)
+    : MemberReactor(fec, owner) {
+  Vox::syncPerKeyReactors<FecRouterNexthopInfo::routerNexthopInfoAttribute>(routerNexthopInfo_,
+                                                                            *fec);
+}
+
+void LabelForwardingInfoSm::VoxFecRouterNexthop::handleFecRouterNexthopInfo() {
+  if (!ownerReady()) return;
+  for (const auto [routerId, chosen] : member()->routerNexthopInfoColl()) {
+    for (const FibVia& via : chosen.viaColl())
+      owner()->handleFecRouterNexthop(key(), routerId, via);
+  }
+}
+
+void LabelForwardingInfoSm::VoxFecRouterNexthop::onAttribute(const Vox::AttributeInfo& attr,
+                                                             const void* key) {
+  if (const auto* routerId = FecRouterNexthopInfo::routerNexthopInfoAttribute::match(attr, key)) {
+    Vox::followMember<FecRouterNexthopInfo::routerNexthopInfoAttribute>(routerNexthopInfo_,
+                                                                        *member(), *routerId);
+  }
+}
+
+void LabelForwardingInfoSm::VoxFecRouterNexthop::VoxRouterNexthopInfo::handleRouterNexthopInfo() {
+  if (!owner()->ownerReady()) return;
+  for (const FibVia& via : member()->viaColl())
+    vox_handleRouterNexthopInfo_via(via);
+}
+
+void LabelForwardingInfoSm::VoxFecRouterNexthop::VoxRouterNexthopInfo::
+    vox_handleRouterNexthopInfo_via(const FibVia& via) {
+  owner()->owner()->handleFecRouterNexthop(owner()->key(), key(), via);
+}
+
+void LabelForwardingInfoSm::VoxFecRouterNexthop::VoxRouterNexthopInfo::onAttribute(
+    const Vox::AttributeInfo& attr, const void* key) {
+  if (const auto* via = RouterNexthopInfo::viaAttribute::match(attr, key)) {
+    vox_handleRouterNexthopInfo_via(*via);
+  }
+}
+
+}  // namespace Mpls

@@ -1,0 +1,181 @@
+#pragma once
+// Stage 7: the p2mp LFIB. Joins each FEC's local labels with the via chosen towards each peer
+// router and the labels that router advertised for the FEC.
+//
+// Inputs: the local label binding table (`fecLabelColl()`: FEC -> local labels), per-FEC peer
+// labels (`FecRouterLabelInfoColl`: FEC -> router -> labels) and per-FEC chosen vias
+// (`FecRouterNexthopInfoColl`: FEC -> router -> one via). Output `LabelForwardingInfoColl`:
+// local label -> (via, peer label) -> the (FEC, router) pairs that justify the branch.
+// Call (L, V, P, F, R) justified when L is a local label of F, P a label of R for F, and V the via
+// of R for F. Invariant once initialized: the `fecRouter` set of (L, (V, P)) is exactly the
+// (F, R) for which the tuple is justified; branches and labels exist exactly while non-empty.
+// Labels are copied as they are; none is treated specially.
+//
+// Every per-key reactor, when its input entity is removed, runs its whole-entity handler once
+// more as a zombie, which withdraws what that entity justified. Initialization rebuilds the
+// output from nothing.
+#include <tuple>
+
+#include "platform/mpls/LabelBindingTable.h"
+#include "quill/core/StageReactor.h"
+#include "quill/model/FecRouterLabelInfoColl.h"
+#include "quill/model/FecRouterNexthopInfoColl.h"
+#include "quill/model/LabelForwardingInfoColl.h"
+
+namespace Mpls {
+
+class LabelForwardingInfoSm : public Quill::StageReactor<LabelForwardingInfoSm> {
+ public:
+  static constexpr Quill::StaticName kQualifiedName = "Mpls::LabelForwardingInfoSm";
+
+  // Follows the local labels of one FEC.
+  class VoxFecLabelSet
+      : public Vox::MemberReactor<VoxFecLabelSet, LabelForwardingInfoSm, FecLabelSet> {
+   public:
+    static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
+    using MemberReactor::MemberReactor;
+    void handleFecLabelSet();
+    void vox_handleFecLabelSet_mplsLabel(Vela::MplsLabel label);
+    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
+    static constexpr auto kWholeMemberHandler = &VoxFecLabelSet::handleFecLabelSet;
+  };
+
+  // Follows the peer labels of one FEC, one nested reactor per router.
+  class VoxFecRouterLabel
+      : public Vox::MemberReactor<VoxFecRouterLabel, LabelForwardingInfoSm, FecRouterLabelInfo> {
+   public:
+    class VoxRouterLabelInfo
+        : public Vox::MemberReactor<VoxRouterLabelInfo, VoxFecRouterLabel, RouterLabelInfo> {
+     public:
+      static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
+      using MemberReactor::MemberReactor;
+      void handleRouterLabelInfo();
+      void vox_handleRouterLabelInfo_routerLabel(Vela::MplsLabel label);
+      void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
+      static constexpr auto kWholeMemberHandler = &VoxRouterLabelInfo::handleRouterLabelInfo;
+    };
+
+    static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
+    VoxFecRouterLabel(const Vox::Ptr<const FecRouterLabelInfo>& fec, LabelForwardingInfoSm* owner);
+    void handleFecRouterLabelInfo();
+    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
+    static constexpr auto kWholeMemberHandler = &VoxFecRouterLabel::handleFecRouterLabelInfo;
+
+    Vox::Ptr<VoxRouterLabelInfo> routerLabelInfoIs(const Vox::Ptr<const RouterLabelInfo>& entity) {
+      return routerLabelInfo_.is(entity);
+    }
+    void routerLabelInfoDel(const RouterId& routerId) { routerLabelInfo_.del(routerId); }
+    void routerLabelInfoDelAll() { routerLabelInfo_.delAll(); }
+
+   private:
+    Vox::PerKeyReactorColl<VoxRouterLabelInfo> routerLabelInfo_{
+        *this, "Mpls::LabelForwardingInfoSm::VoxFecRouterLabel", "routerLabelInfo"};
+  };
+
+  // Follows the chosen vias of one FEC, one nested reactor per router.
+  class VoxFecRouterNexthop : public Vox::MemberReactor<VoxFecRouterNexthop, LabelForwardingInfoSm,
+                                                        FecRouterNexthopInfo> {
+   public:
+    class VoxRouterNexthopInfo
+        : public Vox::MemberReactor<VoxRouterNexthopInfo, VoxFecRouterNexthop, RouterNexthopInfo> {
+     public:
+      static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
+      using MemberReactor::MemberReactor;
+      void handleRouterNexthopInfo();
+      void vox_handleRouterNexthopInfo_via(const FibVia& via);
+      void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
+      static constexpr auto kWholeMemberHandler = &VoxRouterNexthopInfo::handleRouterNexthopInfo;
+    };
+
+    static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
+    VoxFecRouterNexthop(const Vox::Ptr<const FecRouterNexthopInfo>& fec,
+                        LabelForwardingInfoSm* owner);
+    void handleFecRouterNexthopInfo();
+    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
+    static constexpr auto kWholeMemberHandler = &VoxFecRouterNexthop::handleFecRouterNexthopInfo;
+
+    Vox::Ptr<VoxRouterNexthopInfo> routerNexthopInfoIs(
+        const Vox::Ptr<const RouterNexthopInfo>& entity) {
+      return routerNexthopInfo_.is(entity);
+    }
+    void routerNexthopInfoDel(const RouterId& routerId) { routerNexthopInfo_.del(routerId); }
+    void routerNexthopInfoDelAll() { routerNexthopInfo_.delAll(); }
+
+   private:
+    Vox::PerKeyReactorColl<VoxRouterNexthopInfo> routerNexthopInfo_{
+        *this, "Mpls::LabelForwardingInfoSm::VoxFecRouterNexthop", "routerNexthopInfo"};
+  };
+
+  LabelForwardingInfoSm(const Vox::Ptr<const LabelBindingTable>& localLabelBindingTable,
+                        const Vox::Ptr<const FecRouterLabelInfoColl>& fecRouterLabelInfoColl,
+                        const Vox::Ptr<const FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl,
+                        const Vox::Ptr<LabelForwardingInfoColl>& labelForwardingInfoColl);
+  ~LabelForwardingInfoSm() override;
+
+  static Vox::Ptr<LabelForwardingInfoSm> LabelForwardingInfoSmIs(
+      const Vox::Ptr<const LabelBindingTable>& localLabelBindingTable,
+      const Vox::Ptr<const FecRouterLabelInfoColl>& fecRouterLabelInfoColl,
+      const Vox::Ptr<const FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl,
+      const Vox::Ptr<LabelForwardingInfoColl>& labelForwardingInfoColl) {
+    return create(localLabelBindingTable, fecRouterLabelInfoColl, fecRouterNexthopInfoColl,
+                  labelForwardingInfoColl);
+  }
+  auto constructorArguments() const {
+    return std::tuple(fecLabelColl_.ptr(), fecRouterLabelInfoColl_.ptr(),
+                      fecRouterNexthopInfoColl_.ptr(), labelForwardingInfoColl_.ptr());
+  }
+
+  // The local label binding table.
+  const Vox::Ptr<const LabelBindingTable>& fecLabelColl() const { return fecLabelColl_; }
+
+  // Re-evaluates one 5-tuple; the single writer of the output.
+  void processLabelForwardingInfo(Vela::MplsLabel localLabel, const FibVia& via,
+                                  Vela::MplsLabel peerLabel, const FwdEqvClass& fec,
+                                  const RouterId& routerId);
+  // Local label L of F added or removed. Fatal "initialized()" while uninitialized.
+  void handleFecLabel(const FwdEqvClass& fec, Vela::MplsLabel localLabel);
+  // Peer label P of (F, R) added or removed. Fatal "initialized()" while uninitialized.
+  void handleFecRouterLabel(const FwdEqvClass& fec, const RouterId& routerId,
+                            Vela::MplsLabel peerLabel);
+  // Via V of (F, R) added or removed. Fatal "initialized()" while uninitialized.
+  void handleFecRouterNexthop(const FwdEqvClass& fec, const RouterId& routerId, const FibVia& via);
+  void handleInitialized();
+  void handleDelete();
+
+  Vox::Ptr<VoxFecLabelSet> fecLabelSetIs(const Vox::Ptr<const FecLabelSet>& entity) {
+    return fecLabelSet_.is(entity);
+  }
+  void fecLabelSetDel(const FwdEqvClass& fec) { fecLabelSet_.del(fec); }
+  void fecLabelSetDelAll() { fecLabelSet_.delAll(); }
+  Vox::Ptr<VoxFecRouterLabel> fecRouterLabelIs(const Vox::Ptr<const FecRouterLabelInfo>& entity) {
+    return fecRouterLabel_.is(entity);
+  }
+  void fecRouterLabelDel(const FwdEqvClass& fec) { fecRouterLabel_.del(fec); }
+  void fecRouterLabelDelAll() { fecRouterLabel_.delAll(); }
+  Vox::Ptr<VoxFecRouterNexthop> fecRouterNexthopIs(
+      const Vox::Ptr<const FecRouterNexthopInfo>& entity) {
+    return fecRouterNexthop_.is(entity);
+  }
+  void fecRouterNexthopDel(const FwdEqvClass& fec) { fecRouterNexthop_.del(fec); }
+  void fecRouterNexthopDelAll() { fecRouterNexthop_.delAll(); }
+
+ private:
+  Vox::Ptr<const LabelBindingTable> fecLabelColl_;
+  Vox::Ptr<const FecRouterLabelInfoColl> fecRouterLabelInfoColl_;
+  Vox::Ptr<const FecRouterNexthopInfoColl> fecRouterNexthopInfoColl_;
+  Vox::Ptr<LabelForwardingInfoColl> labelForwardingInfoColl_;
+  Vox::PerKeyReactorColl<VoxFecLabelSet> fecLabelSet_{*this, "Mpls::LabelForwardingInfoSm",
+                                                      "fecLabelSet"};
+  Vox::PerKeyReactorColl<VoxFecRouterLabel> fecRouterLabel_{*this, "Mpls::LabelForwardingInfoSm",
+                                                            "fecRouterLabel"};
+  Vox::PerKeyReactorColl<VoxFecRouterNexthop> fecRouterNexthop_{
+      *this, "Mpls::LabelForwardingInfoSm", "fecRouterNexthop"};
+  Vox::CollectionObserver<LabelBindingTable::bindingAttribute, VoxFecLabelSet> voxFecLabelColl_{
+      *this, fecLabelSet_};
+  Vox::CollectionObserver<FecRouterLabelInfoColl::fecRouterLabelAttribute, VoxFecRouterLabel>
+      voxFecRouterLabelInfoColl_{*this, fecRouterLabel_};
+  Vox::CollectionObserver<FecRouterNexthopInfoColl::fecRouterNexthopAttribute, VoxFecRouterNexthop>
+      voxFecRouterNexthopInfoColl_{*this, fecRouterNexthop_};
+};
+
+}  // namespace Mpls

@@ -1,0 +1,148 @@
+#include "quill/lfib/RouterFilteredNexthopSm.h"
+
+#include "quill/core/TraceFormat.h"
+
+namespace Mpls {
+
+using Quill::TraceRouterId;
+
+RouterFilteredNexthopSm::RouterFilteredNexthopSm(
+    const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl,
+    const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
+    const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl)
+    : routerIpNexthopInfoColl_(routerIpNexthopInfoColl),
+      routerIpAddrInfoColl_(routerIpAddrInfoColl),
+      routerNexthopInfoColl_(routerNexthopInfoColl) {
+  voxRouterIpNexthopInfoColl_.notifierIs(routerIpNexthopInfoColl_);
+  voxRouterIpAddrInfoColl_.notifierIs(routerIpAddrInfoColl_);
+  handleInitialized();
+}
+
+RouterFilteredNexthopSm::~RouterFilteredNexthopSm() {
+  handleDelete();
+}
+
+void RouterFilteredNexthopSm::processRouterIpVia(const RouterId& routerId,
+                                                 const Vela::IpGenAddr& ipAddr, const FibVia& via) {
+  VOX_ASSERT(initialized(), "initialized()");
+  QUILL_TRACE_FUNC(TraceRouterId{routerId}, ipAddr, via);
+  const auto nexthops = routerIpNexthopInfoColl_->routerIpNexthop(routerId);
+  const auto hop = nexthops ? nexthops->ipNexthopInfo(ipAddr) : nullptr;
+  const auto addrs = routerIpAddrInfoColl_->routerIpAddr(routerId);
+  if (hop && hop->via(via) && addrs && addrs->ipAddr(ipAddr)) {
+    const auto router = routerNexthopInfoColl_->routerNexthopIs(routerId);
+    router->nexthopIpInfoIs(via)->destIpIs(ipAddr);
+    router->viaIs(via);
+    return;
+  }
+  const auto router = routerNexthopInfoColl_->routerNexthop(routerId);
+  if (!router) return;
+  const auto justification = router->nexthopIpInfo(via);
+  if (!justification) return;
+  justification->destIpDel(ipAddr);
+  if (justification->destIps() != 0) return;
+  router->nexthopIpInfoDel(via);
+  router->viaDel(via);
+  if (router->vias() == 0) routerNexthopInfoColl_->routerNexthopDel(routerId);
+}
+
+void RouterFilteredNexthopSm::handleRouterIpAddr(const RouterId& routerId,
+                                                 const Vela::IpGenAddr& ipAddr) {
+  VOX_ASSERT(initialized(), "initialized()");
+  QUILL_TRACE_FUNC(TraceRouterId{routerId}, ipAddr);
+  const auto nexthops = routerIpNexthopInfoColl_->routerIpNexthop(routerId);
+  if (!nexthops) return;
+  const auto hop = nexthops->ipNexthopInfo(ipAddr);
+  if (!hop) return;
+  for (const FibVia& via : hop->viaColl())
+    processRouterIpVia(routerId, ipAddr, via);
+}
+
+void RouterFilteredNexthopSm::handleInitialized() {
+  const auto scope = enterHandleInitialized();
+  routerNexthopInfoColl_->routerNexthopDelAll();
+  for (const auto [routerId, nexthops] : routerIpNexthopInfoColl_->routerIpNexthopColl()) {
+    for (const auto [ipAddr, hop] : nexthops.ipNexthopInfoColl()) {
+      for (const FibVia& via : hop.viaColl())
+        processRouterIpVia(routerId, ipAddr, via);
+    }
+  }
+  // Re-evaluates what the first pass settled; part of the scan all the same.
+  for (const auto [routerId, addrs] : routerIpAddrInfoColl_->routerIpAddrColl()) {
+    for (const Vela::IpGenAddr& ipAddr : addrs.ipAddrColl())
+      handleRouterIpAddr(routerId, ipAddr);
+  }
+}
+
+void RouterFilteredNexthopSm::handleDelete() {
+  leaveInitialized();
+}
+
+RouterFilteredNexthopSm::VoxRouterIpNexthop::VoxRouterIpNexthop(
+    const Vox::Ptr<const RouterIpNexthopInfo>& router, RouterFilteredNexthopSm* owner)
+    : MemberReactor(router, owner) {
+  Vox::syncPerKeyReactors<RouterIpNexthopInfo::ipNexthopInfoAttribute>(ipNexthopInfo_, *router);
+}
+
+void RouterFilteredNexthopSm::VoxRouterIpNexthop::handleRouterIpNexthopInfo() {
+  if (!ownerReady()) return;
+  for (const auto [ipAddr, hop] : member()->ipNexthopInfoColl()) {
+    for (const FibVia& via : hop.viaColl())
+      owner()->processRouterIpVia(key(), ipAddr, via);
+  }
+}
+
+void RouterFilteredNexthopSm::VoxRouterIpNexthop::onAttribute(const Vox::AttributeInfo& attr,
+                                                              const void* key) {
+  if (const auto* hop = RouterIpNexthopInfo::ipNexthopInfoAttribute::match(attr, key)) {
+    Vox::followMember<RouterIpNexthopInfo::ipNexthopInfoAttribute>(ipNexthopInfo_, *member(), *hop);
+  }
+}
+
+// The enclosing per-router reactor owns this one and outlives it, so the router is always known.
+void RouterFilteredNexthopSm::VoxIpNexthopInfo::handleIpNexthopInfo() {
+  if (!owner()->ownerReady()) return;
+  for (const FibVia& via : member()->viaColl()) {
+    owner()->owner()->processRouterIpVia(owner()->key(), key(), via);
+  }
+}
+
+void RouterFilteredNexthopSm::VoxIpNexthopInfo::vox_handleIpNexthopInfo_via(const FibVia& via) {
+  owner()->owner()->processRouterIpVia(owner()->key(), key(), via);
+}
+
+void RouterFilteredNexthopSm::VoxIpNexthopInfo::onAttribute(const Vox::AttributeInfo& attr,
+                                                            const void* key) {
+  if (const auto* via = IpNexthopInfo::viaAttribute::match(attr, key)) {
+    vox_handleIpNexthopInfo_via(*via);
+  }
+}
+
+void RouterFilteredNexthopSm::VoxRouterIpAddr::handleRouterIpAddrInfo() {
+  if (!ownerReady()) return;
+  for (const Vela::IpGenAddr& ipAddr : member()->ipAddrColl()) {
+    owner()->handleRouterIpAddr(key(), ipAddr);
+  }
+}
+
+void RouterFilteredNexthopSm::VoxRouterIpAddr::vox_handleRouterIpAddr_ipAddr(
+    const Vela::IpGenAddr& ipAddr) {
+  owner()->handleRouterIpAddr(key(), ipAddr);
+}
+
+void RouterFilteredNexthopSm::VoxRouterIpAddr::onAttribute(const Vox::AttributeInfo& attr,
+                                                           const void* key) {
+  if (const auto* ipAddr = RouterIpAddrInfo::ipAddrAttribute::match(attr, key)) {
+    vox_handleRouterIpAddr_ipAddr(*ipAddr);
+  }
+}
+
+Vox::Ptr<RouterFilteredNexthopSm> routerFilteredNexthopSmFactory(
+    const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl,
+    const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
+    const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
+  return RouterFilteredNexthopSm::RouterFilteredNexthopSmIs(
+      routerIpNexthopInfoColl, routerIpAddrInfoColl, routerNexthopInfoColl);
+}
+
+}  // namespace Mpls
