@@ -44,6 +44,9 @@ P2mpLfibGenSmManager::~P2mpLfibGenSmManager() {
   routerNexthopInfoSmDel();
   intfRouterNexthopInfoSmDel();
   routerIpNexthopInfoSmDel();
+  routerFilteredNexthopSmDel();
+  fecRouterNexthopInfoSmDel();
+  labelForwardingInfoSmDel();
   // The collections are released by the members' destruction, in reverse declaration order.
 }
 
@@ -59,6 +62,15 @@ void P2mpLfibGenSmManager::handleInitialized() {
   // Stage 4: MPLS-interface filter.
   routerIpNexthopInfoSmIs(p2mpIntfRouterNexthopInfoColl_, p2mpMplsIntfColl_,
                           p2mpRouterIpNexthopInfoColl_);
+  // Stage 5: interface-address filter.
+  routerFilteredNexthopSmIs(p2mpRouterIpNexthopInfoColl_, p2mpRouterIntfIpAddrInfoColl_,
+                            p2mpRouterFilteredNexthopColl_);
+  // Stage 6: FEC next-hop selection.
+  fecRouterNexthopInfoSmIs(p2mpPeerLabelBindingTableColl_, p2mpRouterFilteredNexthopColl_,
+                           p2mpFecRouterNexthopInfoColl_);
+  // Stage 7: LFIB generation.
+  labelForwardingInfoSmIs(p2mpLocalLabelBindingTable_, p2mpFecRouterLabelInfoColl_,
+                          p2mpFecRouterNexthopInfoColl_, p2mpLabelForwardingInfoColl_);
 }
 
 void P2mpLfibGenSmManager::handleDelete() {

@@ -8,6 +8,9 @@
 //   #5 + #6 vias per address --(2) router next-hops--> #7 vias per router
 //   #7 --(3) interface grouping---------------------> #8 router vias per interface
 //   #8 + #9 MPLS interfaces --(4) MPLS filter-------> #10 router vias per hop address
+//   #10 + #11 interface addresses --(5) filter------> #12 vias leading straight to the peer
+//   #2 peer tables + #12 --(6) FEC next-hops---------> #13 one via per FEC and router
+//   #1 local labels + #3 peer labels + #13 --(7)----> #14 the p2mp LFIB
 //
 // Each reactor is live (notifications on) before the next is created. The manager computes
 // nothing itself, and it does not create the next-hop resolution reactors or the label binding
@@ -24,6 +27,9 @@
 #include "platform/mpls/LabelBindingTable.h"
 #include "platform/mpls/LabelBindingTableColl.h"
 #include "quill/core/StageReactor.h"
+#include "quill/lfib/FecRouterNexthopInfoSm.h"
+#include "quill/lfib/LabelForwardingInfoSm.h"
+#include "quill/lfib/RouterFilteredNexthopSm.h"
 #include "quill/model/FecRouterLabelInfoColl.h"
 #include "quill/model/FecRouterNexthopInfoColl.h"
 #include "quill/model/IntfRouterNexthopInfoColl.h"
@@ -123,6 +129,15 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   const Vox::Ptr<RouterIpNexthopInfoSm>& routerIpNexthopInfoSm() const {
     return routerIpNexthopInfoSm_;
   }
+  const Vox::Ptr<RouterFilteredNexthopSm>& routerFilteredNexthopSm() const {
+    return routerFilteredNexthopSm_;
+  }
+  const Vox::Ptr<FecRouterNexthopInfoSm>& fecRouterNexthopInfoSm() const {
+    return fecRouterNexthopInfoSm_;
+  }
+  const Vox::Ptr<LabelForwardingInfoSm>& labelForwardingInfoSm() const {
+    return labelForwardingInfoSm_;
+  }
 
   // Stage setters: return the existing reactor when it was built over the very same collections,
   // else create a new one (releasing the previous), turn it on and return it.
@@ -151,6 +166,29 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
                    routerIpNexthopInfoColl);
   }
 
+  Vox::Ptr<RouterFilteredNexthopSm> routerFilteredNexthopSmIs(
+      const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl,
+      const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
+      const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
+    return stageIs(routerFilteredNexthopSm_, routerIpNexthopInfoColl, routerIpAddrInfoColl,
+                   routerNexthopInfoColl);
+  }
+  Vox::Ptr<FecRouterNexthopInfoSm> fecRouterNexthopInfoSmIs(
+      const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl,
+      const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
+      const Vox::Ptr<FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl) {
+    return stageIs(fecRouterNexthopInfoSm_, labelBindingTableColl, routerNexthopInfoColl,
+                   fecRouterNexthopInfoColl);
+  }
+  Vox::Ptr<LabelForwardingInfoSm> labelForwardingInfoSmIs(
+      const Vox::Ptr<const LabelBindingTable>& localLabelBindingTable,
+      const Vox::Ptr<const FecRouterLabelInfoColl>& fecRouterLabelInfoColl,
+      const Vox::Ptr<const FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl,
+      const Vox::Ptr<LabelForwardingInfoColl>& labelForwardingInfoColl) {
+    return stageIs(labelForwardingInfoSm_, localLabelBindingTable, fecRouterLabelInfoColl,
+                   fecRouterNexthopInfoColl, labelForwardingInfoColl);
+  }
+
   // Stage removers: null the attribute, turn the reactor's notifications off and hand it over.
   Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSmDel() {
     return stageDel(ipAddrRouterIdInfoSm_);
@@ -161,6 +199,15 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   }
   Vox::Ptr<RouterIpNexthopInfoSm> routerIpNexthopInfoSmDel() {
     return stageDel(routerIpNexthopInfoSm_);
+  }
+  Vox::Ptr<RouterFilteredNexthopSm> routerFilteredNexthopSmDel() {
+    return stageDel(routerFilteredNexthopSm_);
+  }
+  Vox::Ptr<FecRouterNexthopInfoSm> fecRouterNexthopInfoSmDel() {
+    return stageDel(fecRouterNexthopInfoSm_);
+  }
+  Vox::Ptr<LabelForwardingInfoSm> labelForwardingInfoSmDel() {
+    return stageDel(labelForwardingInfoSm_);
   }
 
   // Builds the pipeline: stages upstream first, each chosen by its feature toggle.
@@ -193,6 +240,9 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
     if (routerNexthopInfoSm_) action(*routerNexthopInfoSm_);
     if (intfRouterNexthopInfoSm_) action(*intfRouterNexthopInfoSm_);
     if (routerIpNexthopInfoSm_) action(*routerIpNexthopInfoSm_);
+    if (routerFilteredNexthopSm_) action(*routerFilteredNexthopSm_);
+    if (fecRouterNexthopInfoSm_) action(*fecRouterNexthopInfoSm_);
+    if (labelForwardingInfoSm_) action(*labelForwardingInfoSm_);
   }
 
   // Declaration order is the constructor's argument order; members are released in reverse.
@@ -214,6 +264,9 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   Vox::Ptr<RouterNexthopInfoSm> routerNexthopInfoSm_;
   Vox::Ptr<IntfRouterNexthopInfoSm> intfRouterNexthopInfoSm_;
   Vox::Ptr<RouterIpNexthopInfoSm> routerIpNexthopInfoSm_;
+  Vox::Ptr<RouterFilteredNexthopSm> routerFilteredNexthopSm_;
+  Vox::Ptr<FecRouterNexthopInfoSm> fecRouterNexthopInfoSm_;
+  Vox::Ptr<LabelForwardingInfoSm> labelForwardingInfoSm_;
 };
 
 // The manager's factory: forwards to `P2mpLfibGenSmManager::P2mpLfibGenSmManagerIs`.

@@ -23,8 +23,10 @@ constexpr uint32_t reverseBits32(uint32_t value) {
   value = ((value >> 1) & 0x55555555u) | ((value & 0x55555555u) << 1);
   value = ((value >> 2) & 0x33333333u) | ((value & 0x33333333u) << 2);
   value = ((value >> 4) & 0x0f0f0f0fu) | ((value & 0x0f0f0f0fu) << 4);
-  return std::byteswap(value);
+  return __builtin_bswap32(value);
 }
+
+static_assert(reverseBits32(1) == 0x80000000u && reverseBits32(0x12345678u) == 0x1e6a2c48u);
 
 inline uint64_t nodeHash(const FibVia& via) {
   return reverseBits32(Vox::HashHelper::KeyAndRhashLegacy(via.hash()));

@@ -98,7 +98,10 @@ TEST_F(P2mpLfibGenSmManagerTest, DestructionDeletesTheManagerFirstThenTheStagesI
                                                "Mpls::IpAddrRouterIdInfoSm::handleDelete()",
                                                "Mpls::RouterNexthopInfoSm::handleDelete()",
                                                "Mpls::IntfRouterNexthopInfoSm::handleDelete()",
-                                               "Mpls::RouterIpNexthopInfoSm::handleDelete()"}));
+                                               "Mpls::RouterIpNexthopInfoSm::handleDelete()",
+                                               "Mpls::RouterFilteredNexthopSm::handleDelete()",
+                                               "Mpls::FecRouterNexthopInfoSm::handleDelete()",
+                                               "Mpls::LabelForwardingInfoSm::handleDelete()"}));
   // The collections belong to the agent: released, not cleared.
   EXPECT_EQ(colls.transportAddrs->references(), 1u);
   EXPECT_TRUE(inverted("10.0.0.1"));

@@ -1,0 +1,118 @@
+#include "quill/lfib/FecRouterNexthopInfoSm.h"
+
+#include "quill/core/TraceFormat.h"
+
+namespace Mpls {
+
+using Quill::TraceRouterId;
+
+FecRouterNexthopInfoSm::FecRouterNexthopInfoSm(
+    const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl,
+    const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
+    const Vox::Ptr<FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl)
+    : labelBindingTableColl_(labelBindingTableColl),
+      routerNexthopInfoColl_(routerNexthopInfoColl),
+      fecRouterNexthopInfoColl_(fecRouterNexthopInfoColl) {
+  voxRouterFecLabelColl_.notifierIs(labelBindingTableColl_);
+  voxRouterNexthopInfoColl_.notifierIs(routerNexthopInfoColl_);
+  handleInitialized();
+}
+
+FecRouterNexthopInfoSm::~FecRouterNexthopInfoSm() {
+  handleDelete();
+}
+
+void FecRouterNexthopInfoSm::handleRouterNexthop(const RouterId& routerId, const FibVia& via) {
+  VOX_ASSERT(initialized(), "initialized()");
+  QUILL_TRACE_FUNC(TraceRouterId{routerId}, via);
+  const auto ring = fecViaConsistentHashColl_->consistentHashIs(routerId);
+  ConsistentHashInfo::Hasher& hasher = *ring->ch();
+  const auto routerNexthop = routerNexthopInfoColl_->routerNexthop(routerId);
+  if (routerNexthop && routerNexthop->via(via)) {
+    hasher.addNode(via, kViaWeight);
+  } else {
+    hasher.delNode(via);
+    if (hasher.getNodeCount() == 0) {
+      VOX_ASSERT(!routerNexthop || !routerNexthop->vias(), "!routerNexthop->vias()");
+      fecViaConsistentHashColl_->consistentHashDel(routerId);
+    }
+  }
+  // Every FEC of the router may land elsewhere on the changed ring.
+  if (const auto table = labelBindingTableColl_->bindingTable(routerId)) {
+    for (const auto [fec, binding] : table->bindingColl())
+      handleRouterFec(routerId, fec);
+  }
+}
+
+void FecRouterNexthopInfoSm::handleRouterFec(const RouterId& routerId, const FwdEqvClass& fec) {
+  VOX_ASSERT(initialized(), "initialized()");
+  QUILL_TRACE_FUNC(TraceRouterId{routerId}, fec);
+  const auto table = labelBindingTableColl_->bindingTable(routerId);
+  const auto routerNexthop = routerNexthopInfoColl_->routerNexthop(routerId);
+  const auto ring = fecViaConsistentHashColl_->consistentHash(routerId);
+  if (table && table->binding(fec) && routerNexthop && routerNexthop->vias() != 0 && ring) {
+    const auto chosen =
+        fecRouterNexthopInfoColl_->fecRouterNexthopIs(fec)->routerNexthopInfoIs(routerId);
+    const FibVia via = ring->ch()->getNode(fec);
+    chosen->viaIs(via);  // before the old via goes: the entry is never without one
+    for (const FibVia& previous : chosen->viaColl()) {
+      if (!(previous == via)) chosen->viaDel(previous);
+    }
+    return;
+  }
+  const auto entry = fecRouterNexthopInfoColl_->fecRouterNexthop(fec);
+  if (!entry) return;
+  entry->routerNexthopInfoDel(routerId);
+  if (entry->routerNexthopInfos() == 0) fecRouterNexthopInfoColl_->fecRouterNexthopDel(fec);
+}
+
+void FecRouterNexthopInfoSm::handleInitialized() {
+  const auto scope = enterHandleInitialized();
+  fecViaConsistentHashCollIs("");
+  fecRouterNexthopInfoColl_->fecRouterNexthopDelAll();
+  // Each via re-chooses all of its router's FECs; the last choice, on the full ring, stays.
+  for (const auto [routerId, routerNexthop] : routerNexthopInfoColl_->routerNexthopColl()) {
+    for (const FibVia& via : routerNexthop.viaColl())
+      handleRouterNexthop(routerId, via);
+  }
+}
+
+void FecRouterNexthopInfoSm::handleDelete() {
+  leaveInitialized();
+}
+
+void FecRouterNexthopInfoSm::VoxRouterFec::handleRouterFecInfo() {
+  if (!ownerReady()) return;
+  for (const auto [fec, binding] : member()->bindingColl())
+    owner()->handleRouterFec(key(), fec);
+}
+
+void FecRouterNexthopInfoSm::VoxRouterFec::vox_handleRouterFec_binding(const FwdEqvClass& fec) {
+  owner()->handleRouterFec(key(), fec);
+}
+
+void FecRouterNexthopInfoSm::VoxRouterFec::onAttribute(const Vox::AttributeInfo& attr,
+                                                       const void* key) {
+  if (const auto* fec = LabelBindingTable::bindingAttribute::match(attr, key)) {
+    vox_handleRouterFec_binding(*fec);
+  }
+}
+
+void FecRouterNexthopInfoSm::VoxRouterNexthop::handleRouterNexthopInfo() {
+  if (!ownerReady()) return;
+  for (const FibVia& via : member()->viaColl())
+    owner()->handleRouterNexthop(key(), via);
+}
+
+void FecRouterNexthopInfoSm::VoxRouterNexthop::vox_handleRouterNexthop_via(const FibVia& via) {
+  owner()->handleRouterNexthop(key(), via);
+}
+
+void FecRouterNexthopInfoSm::VoxRouterNexthop::onAttribute(const Vox::AttributeInfo& attr,
+                                                           const void* key) {
+  if (const auto* via = RouterNexthopInfo::viaAttribute::match(attr, key)) {
+    vox_handleRouterNexthop_via(*via);
+  }
+}
+
+}  // namespace Mpls

@@ -1,0 +1,119 @@
+#pragma once
+// Stage 6: picks one via per FEC and router by consistent hashing.
+//
+// Inputs: the peer label binding tables (`LabelBindingTableColl`: which FECs each router has a
+// binding for) and the filtered vias per router (`RouterNexthopInfoColl`); output
+// `FecRouterNexthopInfoColl`: FEC -> router -> a `via` set of exactly one via. Each router's vias
+// form one ring (`ConsistentHashInfo`, weight 1000 each), and every FEC the router has a binding
+// for is mapped onto it. Invariant once initialized: (F, R) is in the output exactly when R's
+// table binds F, R has vias and a ring; its via is then the ring's `getNode(F)`. When a via comes
+// or goes, only the FECs whose ring answer changes move; the new via is set before the old one is
+// removed, so a reader never sees the entry without a via, and an unchanged choice notifies
+// nothing.
+//
+// Per-key reactors run their whole-entity handler once more as zombies when their entity is
+// removed, withdrawing its contribution. Initialization rebuilds the rings and the output.
+#include <tuple>
+
+#include "platform/mpls/LabelBindingTableColl.h"
+#include "quill/core/StageReactor.h"
+#include "quill/lfib/FecViaConsistentHashColl.h"
+#include "quill/model/FecRouterNexthopInfoColl.h"
+#include "quill/model/RouterNexthopInfoColl.h"
+
+namespace Mpls {
+
+class FecRouterNexthopInfoSm : public Quill::StageReactor<FecRouterNexthopInfoSm> {
+ public:
+  static constexpr Quill::StaticName kQualifiedName = "Mpls::FecRouterNexthopInfoSm";
+  // Every via weighs the same on a router's ring.
+  static constexpr uint64_t kViaWeight = 1000;
+
+  // Follows the bindings of one router's label binding table.
+  class VoxRouterFec
+      : public Vox::MemberReactor<VoxRouterFec, FecRouterNexthopInfoSm, LabelBindingTable> {
+   public:
+    static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
+    using MemberReactor::MemberReactor;
+    void handleRouterFecInfo();
+    void vox_handleRouterFec_binding(const FwdEqvClass& fec);
+    void vox_handleRouterFec_binding(const FecLabelSet& binding) {
+      vox_handleRouterFec_binding(binding.fwdEqvClass());
+    }
+    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
+    static constexpr auto kWholeMemberHandler = &VoxRouterFec::handleRouterFecInfo;
+  };
+
+  // Follows the vias of one router.
+  class VoxRouterNexthop
+      : public Vox::MemberReactor<VoxRouterNexthop, FecRouterNexthopInfoSm, RouterNexthopInfo> {
+   public:
+    static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
+    using MemberReactor::MemberReactor;
+    void handleRouterNexthopInfo();
+    void vox_handleRouterNexthop_via(const FibVia& via);
+    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
+    static constexpr auto kWholeMemberHandler = &VoxRouterNexthop::handleRouterNexthopInfo;
+  };
+
+  FecRouterNexthopInfoSm(const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl,
+                         const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
+                         const Vox::Ptr<FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl);
+  ~FecRouterNexthopInfoSm() override;
+
+  static Vox::Ptr<FecRouterNexthopInfoSm> FecRouterNexthopInfoSmIs(
+      const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl,
+      const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
+      const Vox::Ptr<FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl) {
+    return create(labelBindingTableColl, routerNexthopInfoColl, fecRouterNexthopInfoColl);
+  }
+  auto constructorArguments() const {
+    return std::tuple(labelBindingTableColl_.ptr(), routerNexthopInfoColl_.ptr(),
+                      fecRouterNexthopInfoColl_.ptr());
+  }
+
+  // A via of a router appeared or vanished: updates the router's ring and re-chooses every FEC
+  // the router binds. Fatal "initialized()" while uninitialized.
+  void handleRouterNexthop(const RouterId& routerId, const FibVia& via);
+  // (Re)chooses the via of one FEC towards one router; the single writer of the output. Fatal
+  // "initialized()" while uninitialized.
+  void handleRouterFec(const RouterId& routerId, const FwdEqvClass& fec);
+  void handleInitialized();
+  void handleDelete();
+
+  // The rings, one per router with vias.
+  const Vox::Ptr<FecViaConsistentHashColl>& fecViaConsistentHashColl() const {
+    return fecViaConsistentHashColl_;
+  }
+  // Replaces the rings with a new, empty collection.
+  void fecViaConsistentHashCollIs(const std::string& name) {
+    fecViaConsistentHashColl_ = fecViaConsistentHashCollFactory(name);
+  }
+
+  Vox::Ptr<VoxRouterFec> routerFecIs(const Vox::Ptr<const LabelBindingTable>& table) {
+    return routerFec_.is(table);
+  }
+  void routerFecDel(const RouterId& routerId) { routerFec_.del(routerId); }
+  void routerFecDelAll() { routerFec_.delAll(); }
+  Vox::Ptr<VoxRouterNexthop> routerNexthopIs(const Vox::Ptr<const RouterNexthopInfo>& entity) {
+    return routerNexthop_.is(entity);
+  }
+  void routerNexthopDel(const RouterId& routerId) { routerNexthop_.del(routerId); }
+  void routerNexthopDelAll() { routerNexthop_.delAll(); }
+
+ private:
+  Vox::Ptr<const LabelBindingTableColl> labelBindingTableColl_;
+  Vox::Ptr<const RouterNexthopInfoColl> routerNexthopInfoColl_;
+  Vox::Ptr<FecRouterNexthopInfoColl> fecRouterNexthopInfoColl_;
+  Vox::Ptr<FecViaConsistentHashColl> fecViaConsistentHashColl_;
+  Vox::PerKeyReactorColl<VoxRouterFec> routerFec_{*this, "Mpls::FecRouterNexthopInfoSm",
+                                                  "routerFec"};
+  Vox::PerKeyReactorColl<VoxRouterNexthop> routerNexthop_{*this, "Mpls::FecRouterNexthopInfoSm",
+                                                          "routerNexthop"};
+  Vox::CollectionObserver<LabelBindingTableColl::bindingTableAttribute, VoxRouterFec>
+      voxRouterFecLabelColl_{*this, routerFec_};
+  Vox::CollectionObserver<RouterNexthopInfoColl::routerNexthopAttribute, VoxRouterNexthop>
+      voxRouterNexthopInfoColl_{*this, routerNexthop_};
+};
+
+}  // namespace Mpls

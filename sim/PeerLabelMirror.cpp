@@ -1,0 +1,60 @@
+#include "sim/PeerLabelMirror.h"
+
+namespace Sim {
+
+PeerLabelMirror::PeerLabelMirror(const Vox::Ptr<const Mpls::LabelBindingTableColl>& peerTables,
+                                 const Vox::Ptr<Mpls::FecRouterLabelInfoColl>& fecRouterLabel)
+    : peerTables_(peerTables), fecRouterLabel_(fecRouterLabel) {
+  observer_.notifierIs(peerTables_);
+  hasNotificationActiveIs(true);
+  // Creation scans ran while nothing referenced the mirror; catch up now.
+  for (const auto [routerId, table] : peerTables_->bindingTableColl()) {
+    for (const auto [fec, binding] : table.bindingColl()) {
+      for (const Vela::MplsLabel& label : binding.mplsLabelColl())
+        mirror(fec, routerId, label);
+    }
+  }
+}
+
+void PeerLabelMirror::mirror(const Mpls::FwdEqvClass& fec, const Mpls::RouterId& routerId,
+                             Vela::MplsLabel label) {
+  const auto table = peerTables_->bindingTable(routerId);
+  const auto binding = table ? table->binding(fec) : nullptr;
+  if (binding && binding->mplsLabel(label)) {
+    fecRouterLabel_->fecRouterLabelIs(fec)->routerLabelInfoIs(routerId)->routerLabelIs(label);
+    return;
+  }
+  const auto perFec = fecRouterLabel_->fecRouterLabel(fec);
+  const auto perRouter = perFec ? perFec->routerLabelInfo(routerId) : nullptr;
+  if (!perRouter) return;
+  perRouter->routerLabelDel(label);
+  if (perRouter->routerLabels() == 0) perFec->routerLabelInfoDel(routerId);
+  if (perFec->routerLabelInfos() == 0) fecRouterLabel_->fecRouterLabelDel(fec);
+}
+
+PeerLabelMirror::VoxTable::VoxTable(const Vox::Ptr<const Mpls::LabelBindingTable>& table,
+                                    PeerLabelMirror* owner)
+    : MemberReactor(table, owner) {
+  Vox::syncPerKeyReactors<Mpls::LabelBindingTable::bindingAttribute>(binding_, *table);
+}
+
+void PeerLabelMirror::VoxTable::onAttribute(const Vox::AttributeInfo& attr, const void* key) {
+  if (const auto* fec = Mpls::LabelBindingTable::bindingAttribute::match(attr, key)) {
+    Vox::followMember<Mpls::LabelBindingTable::bindingAttribute>(binding_, *member(), *fec);
+  }
+}
+
+void PeerLabelMirror::VoxBinding::mirrorAll() {
+  if (!owner()->ownerAlive()) return;
+  for (const Vela::MplsLabel& label : member()->mplsLabelColl()) {
+    owner()->owner()->mirror(key(), owner()->key(), label);
+  }
+}
+
+void PeerLabelMirror::VoxBinding::onAttribute(const Vox::AttributeInfo& attr, const void* key) {
+  if (const auto* label = Mpls::FecLabelSet::mplsLabelAttribute::match(attr, key)) {
+    owner()->owner()->mirror(this->key(), owner()->key(), *label);
+  }
+}
+
+}  // namespace Sim

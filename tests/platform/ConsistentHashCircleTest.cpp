@@ -1,0 +1,265 @@
+#include "platform/consistenthash/ConsistentHashCircle.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdint>
+#include <limits>
+#include <map>
+#include <random>
+#include <vector>
+
+#include "platform/vox/TrackingAllocator.h"
+
+namespace {
+
+using ConsistentHash::ConsistentHashCircle;
+using Weights = std::map<uint64_t, uint64_t>;  // node hash -> weight
+
+constexpr uint64_t kMax = std::numeric_limits<uint64_t>::max();
+
+ConsistentHashCircle ringOf(const Weights& nodes) {
+  ConsistentHashCircle ring;
+  for (const auto& [hash, weight] : nodes)
+    ring.addHash(hash, weight);
+  return ring;
+}
+
+std::vector<uint64_t> randomKeys(std::size_t count, uint64_t seed) {
+  std::mt19937_64 random(seed);
+  std::vector<uint64_t> keys(count);
+  for (auto& key : keys)
+    key = random();
+  return keys;
+}
+
+std::vector<uint64_t> ownersOf(const ConsistentHashCircle& ring,
+                               const std::vector<uint64_t>& keys) {
+  std::vector<uint64_t> owners;
+  for (const uint64_t key : keys)
+    owners.push_back(ring.getHash(key));
+  return owners;
+}
+
+std::vector<ConsistentHashCircle::Point> pointsOf(const ConsistentHashCircle& ring) {
+  std::vector<ConsistentHashCircle::Point> points;
+  for (std::size_t i = 0; i < ring.pointCount(); ++i)
+    points.push_back(ring.point(i));
+  return points;
+}
+
+// Node sets that stress the point derivation: hashes that differ in a low bit only, hashes in the
+// lower 32 bits only (as the library's are), full 64-bit hashes, and mixed weights.
+const Weights kRings[] = {
+    {{7, 1}},
+    {{0, 3}, {1, 3}},
+    {{1, 1000}, {2, 1000}, {3, 1000}, {4, 1000}},
+    {{0x8f3a11c2, 1000}, {0x0000ffff, 250}, {0xffffffff, 40}},
+    {{0xdeadbeefcafef00d, 5}, {kMax, 17}, {0x10, 1}, {0x20, 2000}},
+};
+
+// Point ownership and lookup agree with the definition read literally: the first point at or after
+// the key, else the first point. Keys sit on, just before and just after every point, and at both
+// ends of the key space, so every boundary and the wrap-around are exercised.
+TEST(ConsistentHashCircleTest, GetHashIsFirstPointAtOrAfterKeyWrappingAround) {
+  for (const Weights& nodes : kRings) {
+    const auto ring = ringOf(nodes);
+    const auto points = pointsOf(ring);
+    ASSERT_TRUE(std::is_sorted(points.begin(), points.end(), [](const auto& a, const auto& b) {
+      return a.position != b.position ? a.position < b.position : a.node < b.node;
+    }));
+    std::vector<uint64_t> keys = randomKeys(200, nodes.size());
+    keys.insert(keys.end(), {0, 1, kMax - 1, kMax});
+    for (const auto& p : points)
+      keys.insert(keys.end(), {p.position - 1, p.position, p.position + 1});
+    for (const uint64_t key : keys) {
+      const auto at = std::find_if(points.begin(), points.end(),
+                                   [&](const auto& p) { return p.position >= key; });
+      const uint64_t expected = at == points.end() ? points.front().node : at->node;
+      ASSERT_EQ(ring.getHash(key), expected) << std::hex << "key 0x" << key;
+    }
+    if (points.back().position != kMax) {
+      EXPECT_EQ(ring.getHash(points.back().position + 1), points.front().node);
+      EXPECT_EQ(ring.getHash(kMax), points.front().node);
+    }
+  }
+}
+
+// Reaching the same nodes and weights by any route gives the same ring: shuffled insertion order,
+// wrong weights fixed later, and nodes that come and go along the way.
+TEST(ConsistentHashCircleTest, SameNodesGiveSameRingWhateverTheOrder) {
+  const Weights target = {{1, 1000}, {2, 1000}, {0x7fffffff, 500}, {0xabcdef, 1000}, {9, 3}};
+  const auto reference = ringOf(target);
+  const auto keys = randomKeys(5000, 99);
+  for (uint64_t seed = 1; seed <= 8; ++seed) {
+    SCOPED_TRACE(testing::Message() << "seed " << seed);
+    std::mt19937_64 random(seed);
+    std::vector<std::pair<uint64_t, uint64_t>> steps(target.begin(), target.end());
+    for (uint64_t transient = 100; transient < 104; ++transient)
+      steps.emplace_back(transient, 700);
+    for (const auto& [hash, weight] : target)
+      steps.emplace_back(hash, weight + 1 + random() % 2000);
+    std::shuffle(steps.begin(), steps.end(), random);
+
+    ConsistentHashCircle ring;
+    for (const auto& [hash, weight] : steps)
+      ring.addHash(hash, weight);
+    for (uint64_t transient = 100; transient < 104; ++transient)
+      ring.delHash(transient);
+    std::vector<std::pair<uint64_t, uint64_t>> finals(target.begin(), target.end());
+    std::shuffle(finals.begin(), finals.end(), random);
+    for (const auto& [hash, weight] : finals)
+      ring.addHash(hash, weight);
+
+    EXPECT_EQ(ring.nodeCount(), target.size());
+    EXPECT_EQ(pointsOf(ring), pointsOf(reference));
+    EXPECT_EQ(ownersOf(ring, keys), ownersOf(reference, keys));
+  }
+}
+
+class ConsistentHashCircleChurnTest : public testing::TestWithParam<int> {
+ protected:
+  void SetUp() override {
+    for (int n = 0; n < GetParam(); ++n)
+      nodes_[0x0a010100u + 17u * n] = 1000;
+    ring_ = ringOf(nodes_);
+  }
+  Weights nodes_;
+  ConsistentHashCircle ring_;
+  const std::vector<uint64_t> keys_ = randomKeys(20000, 7);
+};
+
+TEST_P(ConsistentHashCircleChurnTest, AddingANodeMovesKeysOnlyToIt) {
+  const auto before = ownersOf(ring_, keys_);
+  ring_.addHash(0x0b000001, 1000);
+  const auto after = ownersOf(ring_, keys_);
+  std::size_t moved = 0;
+  for (std::size_t i = 0; i < keys_.size(); ++i) {
+    if (after[i] == before[i]) continue;
+    ++moved;
+    ASSERT_EQ(after[i], 0x0b000001u) << "key " << keys_[i];
+  }
+  EXPECT_GT(moved, 0u);
+  // Taking it off again restores the ring exactly.
+  ring_.delHash(0x0b000001);
+  EXPECT_EQ(pointsOf(ring_), pointsOf(ringOf(nodes_)));
+}
+
+TEST_P(ConsistentHashCircleChurnTest, RemovingANodeMovesOnlyItsKeys) {
+  const uint64_t victim = nodes_.begin()->first;
+  const auto before = ownersOf(ring_, keys_);
+  ring_.delHash(victim);
+  if (ring_.empty()) return;
+  const auto after = ownersOf(ring_, keys_);
+  for (std::size_t i = 0; i < keys_.size(); ++i) {
+    if (before[i] == victim)
+      ASSERT_NE(after[i], victim);
+    else
+      ASSERT_EQ(after[i], before[i]) << "key " << keys_[i];
+  }
+}
+
+// A node's first points do not depend on its weight, so a weight change moves keys only between
+// that node and the others, in the direction of the change.
+TEST_P(ConsistentHashCircleChurnTest, ReweightingMovesKeysOnlyToOrFromThatNode) {
+  const uint64_t node = nodes_.begin()->first;
+  for (const uint64_t weight : {3000u, 1000u, 200u, 1000u}) {
+    const uint64_t old = ring_.weight(node);
+    const auto before = ownersOf(ring_, keys_);
+    ring_.addHash(node, weight);
+    EXPECT_EQ(ring_.weight(node), weight);
+    EXPECT_EQ(ring_.nodeCount(), nodes_.size());
+    const auto after = ownersOf(ring_, keys_);
+    for (std::size_t i = 0; i < keys_.size(); ++i) {
+      if (before[i] == after[i]) continue;
+      ASSERT_EQ(weight > old ? after[i] : before[i], node) << "weight " << old << " -> " << weight;
+    }
+  }
+  EXPECT_EQ(pointsOf(ring_), pointsOf(ringOf(nodes_)));
+}
+
+INSTANTIATE_TEST_SUITE_P(ConsistentHashNodeCounts, ConsistentHashCircleChurnTest,
+                         testing::Values(1, 2, 5, 16));
+
+TEST(ConsistentHashCircleTest, AbsentNodesAndZeroWeightsChangeNothingElse) {
+  ConsistentHashCircle ring;
+  ring.delHash(5);
+  ring.addHash(5, 0);
+  EXPECT_TRUE(ring.empty());
+  EXPECT_EQ(ring.pointCount(), 0u);
+
+  ring = ringOf({{1, 10}, {2, 20}});
+  const auto points = pointsOf(ring);
+  ring.delHash(3);
+  ring.addHash(2, 20);
+  EXPECT_EQ(pointsOf(ring), points);
+  ring.addHash(2, 0);  // weight 0 is no share at all: the node goes
+  EXPECT_EQ(ring.nodeCount(), 1u);
+  EXPECT_EQ(pointsOf(ring), pointsOf(ringOf({{1, 10}})));
+
+  ring.addHash(3, kMax);  // capped, not an attempt to allocate 2^65 points
+  EXPECT_EQ(ring.pointCount(),
+            10 * ConsistentHashCircle::kPointsPerWeight + ConsistentHashCircle::kMaxPointsPerNode);
+}
+
+// Consecutive small node hashes (the worst case for a weak mixer) still share uniformly spread
+// keys evenly, and in proportion to weight. The bounds are several standard deviations wide.
+TEST(ConsistentHashCircleTest, SharesFollowWeights) {
+  Weights nodes;
+  for (uint64_t n = 1; n <= 8; ++n)
+    nodes[n] = n == 8 ? 2000 : 1000;
+  const auto ring = ringOf(nodes);
+  const auto keys = randomKeys(180000, 3);
+  std::map<uint64_t, double> share;
+  for (const uint64_t owner : ownersOf(ring, keys))
+    share[owner] += 1.0 / keys.size();
+  for (uint64_t n = 1; n <= 8; ++n) {
+    const double expected = (n == 8 ? 2.0 : 1.0) / 9.0;
+    EXPECT_NEAR(share[n] / expected, 1.0, 0.15) << "node " << n;
+  }
+}
+
+// Where points sit must never change between releases: every FEC of every router would move. This
+// is the example in the header, step by step.
+TEST(ConsistentHashCircleTest, HeaderExampleHolds) {
+  EXPECT_EQ(ConsistentHashCircle::pointPosition(1, 0), 0xc1a26765cbc4e843u);
+  EXPECT_EQ(ConsistentHashCircle::pointPosition(1, 1), 0x85173e5dae7bc84bu);
+  EXPECT_EQ(ConsistentHashCircle::pointPosition(2, 0), 0x42eedc991c4eae97u);
+  EXPECT_EQ(ConsistentHashCircle::pointPosition(3, 1), 0xfde080017a7ce3d2u);
+  ConsistentHashCircle ring;
+  ring.addHash(1, 1);
+  ring.addHash(2, 1);
+  const std::vector<uint64_t> keys = {0x1000000000000000, 0x5000000000000000, 0x8800000000000000,
+                                      0x9000000000000000, 0xd000000000000000};
+  EXPECT_EQ(ownersOf(ring, keys), (std::vector<uint64_t>{2, 1, 1, 1, 2}));
+  ring.addHash(3, 1);
+  EXPECT_EQ(ownersOf(ring, keys), (std::vector<uint64_t>{2, 1, 3, 1, 3}));
+  ring.addHash(2, 2);
+  EXPECT_EQ(ownersOf(ring, keys), (std::vector<uint64_t>{2, 2, 3, 1, 3}));
+  ring.delHash(1);
+  EXPECT_EQ(ownersOf(ring, keys), (std::vector<uint64_t>{2, 2, 3, 3, 3}));
+}
+
+TEST(ConsistentHashCircleTest, MemoryIsAccountedAndReleased) {
+  const int64_t baseline = Vox::Memory::liveBytes(Vox::MemoryKind::kConsistentHash);
+  {
+    auto ring = ringOf({{1, 1000}, {2, 1000}, {3, 1000}, {4, 1000}});
+    const int64_t used = Vox::Memory::liveBytes(Vox::MemoryKind::kConsistentHash) - baseline;
+    EXPECT_GE(used, 4 * 2000 * 12);
+    EXPECT_LE(used, 4 * 32 * 1024);
+    for (uint64_t n = 1; n <= 4; ++n)
+      ring.delHash(n);
+    EXPECT_LE(Vox::Memory::liveBytes(Vox::MemoryKind::kConsistentHash) - baseline, 256);
+  }
+  EXPECT_EQ(Vox::Memory::liveBytes(Vox::MemoryKind::kConsistentHash), baseline);
+}
+
+TEST(ConsistentHashCircleDeathTest, LookupOnEmptyRingIsFatal) {
+  ConsistentHashCircle ring;
+  EXPECT_DEATH(ring.getHash(1), "getHash on an empty ring");
+  ring.addHash(1, 1);
+  ring.delHash(1);
+  EXPECT_DEATH(ring.getHash(1), "getHash on an empty ring");
+}
+
+}  // namespace
