@@ -27,7 +27,7 @@ std::vector<Vela::IpGenAddr> addresses(int64_t count) {
 // The hash the framework's tables use, handed to the standard containers.
 struct FrameworkHash {
   std::size_t operator()(const Vela::IpGenAddr& key) const {
-    return Vox::HashHelper::KeyAndRhashLegacy(Vox::keyHash(key));
+    return Vox::HashHelper::KeyAndRhashLegacy(Vox::hashOfKey(key));
   }
 };
 

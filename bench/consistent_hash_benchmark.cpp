@@ -5,6 +5,13 @@
 // `Mpls::nodeHash` of vias out of consecutive Ethernet interfaces), each via with the weight the
 // FEC next-hop selection passes (1000), so the figures are those a router with n parallel links
 // would see.
+//
+// `--report` prints, before the benchmarks run, for n = 2, 4, 8, 16 vias and 100,000 FECs: the
+// largest and smallest share over the mean; the share of FECs that move when via n joins
+// (n -> n+1) and when via 0 then leaves (n+1 -> n), each against the ideal 1/(n+1) as a ratio;
+// "stray", the FECs that moved although neither their old nor their new via was the one that came
+// or went (0 for a consistent ring); and the ring's bytes per via. The same figures over 100
+// other via sets follow, to show the first set is typical.
 #include <benchmark/benchmark.h>
 
 #include <algorithm>

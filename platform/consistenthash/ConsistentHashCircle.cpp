@@ -9,12 +9,6 @@ namespace ConsistentHash {
 
 namespace {
 
-// Keeps hash 0 (a plausible node hash) from seeding its stream at fmix64's fixed point 0.
-constexpr unsigned long long kOriginSalt = 0x243f6a8885a308d3ull;
-// SplitMix64's increment (2^64 / golden ratio, odd): consecutive points of one stream are as far
-// apart as a Weyl sequence allows before mixing.
-constexpr unsigned long long kGamma = 0x9e3779b97f4a7c15ull;
-
 // Murmur3's 64-bit finaliser.
 constexpr unsigned long long fmix64(unsigned long long z) {
   z ^= z >> 33;
@@ -60,8 +54,10 @@ void ConsistentHashCircle::addHash(unsigned long long hash, unsigned long long w
   const auto node = lowerBound(nodes_, hash);
   const auto index = static_cast<uint32_t>(node - nodes_.begin());
   Change change = Change::kReweighted;
+  std::size_t dropped = 0;
   if (node != nodes_.end() && node->hash == hash) {
     if (node->weight == weight) return;
+    dropped = pointsFor(node->weight);
     node->weight = weight;
   } else {
     VOX_ASSERT(nodes_.size() < UINT32_MAX, "nodeCount() < UINT32_MAX");
@@ -69,21 +65,20 @@ void ConsistentHashCircle::addHash(unsigned long long hash, unsigned long long w
     change = Change::kInserted;
   }
 
-  const unsigned long long count = pointsFor(weight);
-  Vector<unsigned long long> added;
-  added.reserve(count);
-  for (unsigned long long i = 0; i < count; ++i)
-    added.push_back(pointPosition(hash, i));
+  Vector<unsigned long long> added(pointsFor(weight));
+  for (std::size_t i = 0; i < added.size(); ++i)
+    added[i] = pointPosition(hash, i);
   std::sort(added.begin(), added.end());
-  rebuildPoints(index, change, added);
+  rebuildPoints(index, change, dropped, added);
 }
 
 void ConsistentHashCircle::delHash(unsigned long long hash) {
   const auto node = lowerBound(nodes_, hash);
   if (node == nodes_.end() || node->hash != hash) return;
   const auto index = static_cast<uint32_t>(node - nodes_.begin());
+  const std::size_t dropped = pointsFor(node->weight);
   nodes_.erase(node);
-  rebuildPoints(index, Change::kErased, {});
+  rebuildPoints(index, Change::kErased, dropped, {});
 }
 
 unsigned long long ConsistentHashCircle::getHash(unsigned long long key) const {
@@ -102,49 +97,40 @@ ConsistentHashCircle::Point ConsistentHashCircle::point(std::size_t index) const
   return Point{positions_[index], nodes_[owners_[index]].hash};
 }
 
-void ConsistentHashCircle::rebuildPoints(uint32_t node, Change change,
+void ConsistentHashCircle::rebuildPoints(uint32_t node, Change change, std::size_t dropped,
                                          const Vector<unsigned long long>& added) {
-  // Old owner index -> new one, or kGone for the points of a node that is erased or reweighted.
-  constexpr uint32_t kGone = UINT32_MAX;
-  const auto renumber = [&](uint32_t owner) -> uint32_t {
-    switch (change) {
-      case Change::kInserted:
-        return owner + (owner >= node);
-      case Change::kReweighted:
-        return owner == node ? kGone : owner;
-      case Change::kErased:
-        return owner == node ? kGone : owner - (owner > node);
-    }
-    return owner;
-  };
+  // Old owner indices: `node`'s points go unless it was just inserted, and the indices from
+  // `shiftFrom` on move by `shift` (wrapping unsigned arithmetic, so -1 is UINT32_MAX).
+  const uint32_t gone = change == Change::kInserted ? UINT32_MAX : node;
+  const uint32_t shiftFrom = change == Change::kInserted ? node : node + 1;
+  const uint32_t shift = change == Change::kInserted ? 1u : change == Change::kErased ? ~0u : 0u;
 
   // Fresh arrays of exactly the new size: a ring is rebuilt rarely and read often, so no spare
   // capacity is kept around, and a node's memory goes when the node goes.
-  std::size_t kept = 0;
-  for (const uint32_t owner : owners_)
-    kept += renumber(owner) != kGone;
-  Vector<unsigned long long> positions;
-  Vector<uint32_t> owners;
-  positions.reserve(kept + added.size());
-  owners.reserve(kept + added.size());
+  const std::size_t size = positions_.size() - dropped + added.size();
+  Vector<unsigned long long> positions(size);
+  Vector<uint32_t> owners(size);
 
   // Merge by (position, owner index); index order is hash order, so this is (position, node
   // hash), the order the old arrays are already in.
+  std::size_t out = 0;
   auto next = added.begin();
   for (std::size_t i = 0; i < positions_.size(); ++i) {
-    const uint32_t owner = renumber(owners_[i]);
-    if (owner == kGone) continue;
-    while (next != added.end() &&
-           (*next < positions_[i] || (*next == positions_[i] && node < owner))) {
-      positions.push_back(*next++);
-      owners.push_back(node);
+    uint32_t owner = owners_[i];
+    if (owner == gone) continue;
+    if (owner >= shiftFrom) owner += shift;
+    const unsigned long long position = positions_[i];
+    for (; next != added.end() && (*next < position || (*next == position && node < owner));
+         ++next, ++out) {
+      positions[out] = *next;
+      owners[out] = node;
     }
-    positions.push_back(positions_[i]);
-    owners.push_back(owner);
+    positions[out] = position;
+    owners[out++] = owner;
   }
-  for (; next != added.end(); ++next) {
-    positions.push_back(*next);
-    owners.push_back(node);
+  for (; next != added.end(); ++next, ++out) {
+    positions[out] = *next;
+    owners[out] = node;
   }
   positions_.swap(positions);
   owners_.swap(owners);

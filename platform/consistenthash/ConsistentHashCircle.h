@@ -19,10 +19,10 @@
 // depend on the weight, raising a node's weight only adds points (keys move only to that node) and
 // lowering it only removes points (keys move only away from it).
 //
-// Why two points per unit of weight: with k points a node's share deviates from its mean by about
-// 1/sqrt(k). The library gives every via weight 1000, so 2000 points keep the largest of 4 equal
-// vias within a few percent of the mean for almost any set of vias; 1000 points left about one
-// set in twenty above 6%.
+// Why two points per unit of weight: a node with k points has a share that strays from its mean by
+// about 1/sqrt(k). The library gives every via weight 1000; over 100 sets of 4 such vias and
+// 100,000 FEC keys, 2000 points kept the largest share within 5.2% of the mean (median 2.2%),
+// where 1000 points let one set in twenty exceed 6% and the worst reach 11%.
 //
 // A key is owned by the first point at or after it, wrapping around past the largest position to
 // the first point. Points are kept sorted by (position, node hash), so two nodes that land on the
@@ -64,6 +64,11 @@ namespace ConsistentHash {
 class ConsistentHashCircle {
  public:
   static constexpr unsigned long long kPointsPerWeight = 2;
+  // Keeps hash 0 (a plausible node hash) from seeding its stream at fmix64's fixed point 0.
+  static constexpr unsigned long long kOriginSalt = 0x243f6a8885a308d3ull;
+  // SplitMix64's increment (2^64 / golden ratio, odd): successive points of one stream are a Weyl
+  // sequence before mixing, so they never repeat.
+  static constexpr unsigned long long kGamma = 0x9e3779b97f4a7c15ull;
   // Points a single node may hold (384 KB of them): weights above 16384 all get this many, so
   // shares are proportional to weights only up to there.
   static constexpr unsigned long long kMaxPointsPerNode = 1ull << 15;
@@ -117,10 +122,11 @@ class ConsistentHashCircle {
   // What happened to `nodes_[node]` before the point arrays are rebuilt.
   enum class Change { kInserted, kReweighted, kErased };
 
-  // Rebuilds the point arrays after `change` to `nodes_[node]`: drops the node's old points,
-  // renumbers the other owners to match `nodes_`, and merges in `added` (ascending positions, all
-  // owned by `node`).
-  void rebuildPoints(uint32_t node, Change change, const Vector<unsigned long long>& added);
+  // Rebuilds the point arrays after `change` to `nodes_[node]`: drops the node's `dropped` old
+  // points, renumbers the other owners to match `nodes_`, and merges in `added` (ascending
+  // positions, all owned by `node`).
+  void rebuildPoints(uint32_t node, Change change, std::size_t dropped,
+                     const Vector<unsigned long long>& added);
 
   Vector<Node> nodes_;                    // sorted by hash
   Vector<unsigned long long> positions_;  // ascending; the array `getHash` searches

@@ -68,9 +68,11 @@ struct HashHelper {
 };
 
 // The hash a keyed collection starts from for a key: `hash(0)` for seeded value types, `hash()`
-// for the few types whose hash takes no seed.
+// for the few types whose hash takes no seed. Always call it qualified (`Vox::hashOfKey`): an
+// unqualified call could find, by argument-dependent lookup, a function of the key's own
+// namespace that hashes for another purpose, and tables built in different files would disagree.
 template <class Key>
-constexpr uint32_t keyHash(const Key& key) {
+constexpr uint32_t hashOfKey(const Key& key) {
   if constexpr (requires { key.hash(0u); }) {
     return key.hash(0u);
   } else {

@@ -85,7 +85,7 @@ class KeyedTable {
   // inserted; an existing element keeps its value.
   template <class V = Value>
   std::pair<Value*, bool> insert(const Key& key, V&& value = V{}) {
-    const uint32_t h = HashHelper::KeyAndRhashLegacy(keyHash(key));
+    const uint32_t h = HashHelper::KeyAndRhashLegacy(::Vox::hashOfKey(key));
     if (const int32_t i = findIndex(key, h); i >= 0) return {&slot(i).value, false};
     if (size_ + 1 > bucketCount()) growBuckets();
     const int32_t i = allocateSlot();
@@ -105,7 +105,7 @@ class KeyedTable {
   // Removes `key` if present; returns whether it was. The removed value is destroyed after the
   // table is consistent again, so its destructor may use the table.
   bool erase(const Key& key) {
-    const uint32_t h = HashHelper::KeyAndRhashLegacy(keyHash(key));
+    const uint32_t h = HashHelper::KeyAndRhashLegacy(::Vox::hashOfKey(key));
     if (bucketCount() == 0) return false;
     int32_t* link = &buckets_[h & (bucketCount() - 1)];
     while (*link >= 0) {
@@ -218,7 +218,7 @@ class KeyedTable {
   std::size_t bucketCount() const { return buckets_.size(); }
 
   int32_t findIndex(const Key& key) const {
-    return findIndex(key, HashHelper::KeyAndRhashLegacy(keyHash(key)));
+    return findIndex(key, HashHelper::KeyAndRhashLegacy(::Vox::hashOfKey(key)));
   }
   int32_t findIndex(const Key& key, uint32_t h) const {
     if (size_ == 0) return -1;

@@ -117,6 +117,48 @@ TEST(ConsistentHashCircleTest, SameNodesGiveSameRingWhateverTheOrder) {
   }
 }
 
+// The node whose stream origin, fmix64(hash + kOriginSalt), is `origin`: Murmur3's fmix64 undone
+// step by step (x ^= x >> 33 is its own inverse, and odd multipliers have inverses mod 2^64).
+uint64_t nodeWithOrigin(uint64_t origin) {
+  const auto inverse = [](uint64_t odd) {
+    uint64_t x = odd;  // Newton's iteration doubles the correct low bits: 3, 6, ..., 96
+    for (int i = 0; i < 5; ++i)
+      x *= 2 - odd * x;
+    return x;
+  };
+  uint64_t z = origin;
+  z ^= z >> 33;
+  z *= inverse(0xc4ceb9fe1a85ec53);
+  z ^= z >> 33;
+  z *= inverse(0xff51afd7ed558ccd);
+  z ^= z >> 33;
+  return z - ConsistentHashCircle::kOriginSalt;
+}
+
+// Two nodes whose streams are one step apart share all but one point each: every shared position
+// goes to the lower hash, whichever came first, and the other takes them over when it leaves.
+TEST(ConsistentHashCircleTest, SharedPositionsGoToTheLowerNodeHash) {
+  const uint64_t origin = 0x0123456789abcdef;
+  for (const bool lowerFirst : {true, false}) {
+    SCOPED_TRACE(testing::Message() << "lower first: " << lowerFirst);
+    const uint64_t a = nodeWithOrigin(origin);
+    const uint64_t b = nodeWithOrigin(origin + ConsistentHashCircle::kGamma);
+    ASSERT_EQ(ConsistentHashCircle::pointPosition(b, 0), ConsistentHashCircle::pointPosition(a, 1));
+    const uint64_t lower = std::min(a, b);
+    const uint64_t higher = std::max(a, b);
+    ConsistentHashCircle ring;
+    ring.addHash(lowerFirst ? lower : higher, 50);
+    ring.addHash(lowerFirst ? higher : lower, 50);
+    ASSERT_EQ(ring.pointCount(), 200u);
+    for (uint64_t i = 1; i < 100; ++i)
+      ASSERT_EQ(ring.getHash(ConsistentHashCircle::pointPosition(a, i)), lower) << "point " << i;
+    EXPECT_EQ(pointsOf(ring), pointsOf(ringOf({{a, 50}, {b, 50}})));
+    ring.delHash(lower);
+    for (uint64_t i = 1; i < 100; ++i)
+      ASSERT_EQ(ring.getHash(ConsistentHashCircle::pointPosition(a, i)), higher);
+  }
+}
+
 class ConsistentHashCircleChurnTest : public testing::TestWithParam<int> {
  protected:
   void SetUp() override {
@@ -124,39 +166,36 @@ class ConsistentHashCircleChurnTest : public testing::TestWithParam<int> {
       nodes_[0x0a010100u + 17u * n] = 1000;
     ring_ = ringOf(nodes_);
   }
+
+  // Applies `change` and checks that every key that changed owner moved to `node` (`towards`) or
+  // away from it; returns how many moved.
+  template <class Change>
+  std::size_t expectMovesOnly(uint64_t node, bool towards, Change change) {
+    const auto before = ownersOf(ring_, keys_);
+    change();
+    std::size_t moved = 0;
+    for (std::size_t i = 0; i < keys_.size() && !ring_.empty(); ++i) {
+      const uint64_t after = ring_.getHash(keys_[i]);
+      if (after == before[i]) continue;
+      ++moved;
+      EXPECT_EQ(towards ? after : before[i], node) << "key " << keys_[i];
+      if (testing::Test::HasFailure()) break;
+    }
+    return moved;
+  }
+
   Weights nodes_;
   ConsistentHashCircle ring_;
   const std::vector<uint64_t> keys_ = randomKeys(20000, 7);
 };
 
-TEST_P(ConsistentHashCircleChurnTest, AddingANodeMovesKeysOnlyToIt) {
-  const auto before = ownersOf(ring_, keys_);
-  ring_.addHash(0x0b000001, 1000);
-  const auto after = ownersOf(ring_, keys_);
-  std::size_t moved = 0;
-  for (std::size_t i = 0; i < keys_.size(); ++i) {
-    if (after[i] == before[i]) continue;
-    ++moved;
-    ASSERT_EQ(after[i], 0x0b000001u) << "key " << keys_[i];
-  }
-  EXPECT_GT(moved, 0u);
-  // Taking it off again restores the ring exactly.
-  ring_.delHash(0x0b000001);
+TEST_P(ConsistentHashCircleChurnTest, AddingOrRemovingANodeMovesOnlyItsKeys) {
+  const uint64_t added = 0x0b000001;
+  EXPECT_GT(expectMovesOnly(added, true, [&] { ring_.addHash(added, 1000); }), 0u);
+  expectMovesOnly(added, false, [&] { ring_.delHash(added); });
   EXPECT_EQ(pointsOf(ring_), pointsOf(ringOf(nodes_)));
-}
-
-TEST_P(ConsistentHashCircleChurnTest, RemovingANodeMovesOnlyItsKeys) {
   const uint64_t victim = nodes_.begin()->first;
-  const auto before = ownersOf(ring_, keys_);
-  ring_.delHash(victim);
-  if (ring_.empty()) return;
-  const auto after = ownersOf(ring_, keys_);
-  for (std::size_t i = 0; i < keys_.size(); ++i) {
-    if (before[i] == victim)
-      ASSERT_NE(after[i], victim);
-    else
-      ASSERT_EQ(after[i], before[i]) << "key " << keys_[i];
-  }
+  expectMovesOnly(victim, false, [&] { ring_.delHash(victim); });
 }
 
 // A node's first points do not depend on its weight, so a weight change moves keys only between
@@ -164,16 +203,10 @@ TEST_P(ConsistentHashCircleChurnTest, RemovingANodeMovesOnlyItsKeys) {
 TEST_P(ConsistentHashCircleChurnTest, ReweightingMovesKeysOnlyToOrFromThatNode) {
   const uint64_t node = nodes_.begin()->first;
   for (const uint64_t weight : {3000u, 1000u, 200u, 1000u}) {
-    const uint64_t old = ring_.weight(node);
-    const auto before = ownersOf(ring_, keys_);
-    ring_.addHash(node, weight);
+    SCOPED_TRACE(testing::Message() << "weight " << ring_.weight(node) << " -> " << weight);
+    const bool towards = weight > ring_.weight(node);
+    expectMovesOnly(node, towards, [&] { ring_.addHash(node, weight); });
     EXPECT_EQ(ring_.weight(node), weight);
-    EXPECT_EQ(ring_.nodeCount(), nodes_.size());
-    const auto after = ownersOf(ring_, keys_);
-    for (std::size_t i = 0; i < keys_.size(); ++i) {
-      if (before[i] == after[i]) continue;
-      ASSERT_EQ(weight > old ? after[i] : before[i], node) << "weight " << old << " -> " << weight;
-    }
   }
   EXPECT_EQ(pointsOf(ring_), pointsOf(ringOf(nodes_)));
 }
@@ -238,6 +271,12 @@ TEST(ConsistentHashCircleTest, HeaderExampleHolds) {
   EXPECT_EQ(ownersOf(ring, keys), (std::vector<uint64_t>{2, 2, 3, 1, 3}));
   ring.delHash(1);
   EXPECT_EQ(ownersOf(ring, keys), (std::vector<uint64_t>{2, 2, 3, 3, 3}));
+
+  // Beyond the example: a digest of every point of two nodes of the weight the library passes.
+  uint64_t digest = 0;
+  for (const auto& p : pointsOf(ringOf({{1, 1000}, {0x80a08050, 1000}})))
+    digest = digest * 31 + (p.position ^ p.node);
+  EXPECT_EQ(digest, 0x0bc8db6de118ffadu) << std::hex << digest;
 }
 
 TEST(ConsistentHashCircleTest, MemoryIsAccountedAndReleased) {

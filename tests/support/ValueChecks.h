@@ -26,7 +26,7 @@ namespace QuillTest {
 
 template <class T>
 uint32_t hashOf(const T& value) {
-  return Vox::keyHash(value);
+  return Vox::hashOfKey(value);
 }
 
 template <class T>

@@ -1,0 +1,245 @@
+#include "quill/lfib/FecRouterNexthopInfoSm.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
+#include <random>
+#include <unordered_map>
+
+#include "tests/support/Contents.h"
+#include "tests/support/Values.h"
+
+namespace {
+
+using Mpls::FecRouterNexthopInfoSm;
+using Mpls::FibVia;
+using Mpls::FwdEqvClass;
+using Mpls::RouterId;
+using QuillTest::v;
+
+using Hasher = Mpls::ConsistentHash<FibVia, FwdEqvClass>;
+
+FwdEqvClass fec(uint32_t lspId) {
+  return FwdEqvClass::p2mpLspId(v<Vela::IpGenAddr>("1.1.1.1"), lspId);
+}
+FibVia via(uint32_t n) {
+  return FibVia(Vela::IpGenAddr(Vela::IpAddr(0x0a010100u + n)),
+                Vela::IntfId(Vela::IntfId::Kind::ethernet, 1 + n % 4));
+}
+
+// Two distinct vias whose ring positions collide, found once by search. A via's hash is its
+// address hash XOR its interface hash and every later step is a bijection, so vias that differ in
+// the address alone never collide: the search varies both.
+std::pair<FibVia, FibVia> collidingVias() {
+  static const auto pair = [] {
+    std::unordered_map<uint64_t, FibVia> seen;
+    for (uint32_t n = 0; n < (1u << 24); ++n) {
+      const FibVia candidate(Vela::IpGenAddr(Vela::IpAddr(0x0b000000u + n / 8)),
+                             Vela::IntfId(Vela::IntfId::Kind::ethernet, 1 + n % 8));
+      auto [it, inserted] = seen.emplace(Mpls::nodeHash(candidate), candidate);
+      if (!inserted)
+        return std::make_pair(std::min(it->second, candidate), std::max(it->second, candidate));
+    }
+    throw std::logic_error("no colliding vias found");
+  }();
+  return pair;
+}
+
+class FecRouterNexthopInfoSmTest : public ::testing::Test {
+ protected:
+  static constexpr uint32_t kFecs = 400;
+  const RouterId router = v<RouterId>("2.2.2.2:0");
+
+  void bindAll(const RouterId& r) {
+    for (uint32_t i = 0; i < kFecs; ++i)
+      tables->bindingTableIs(r)->bindingIs(fec(i))->mplsLabelIs(Vela::MplsLabel(1000 + i));
+  }
+  void viaIs(const RouterId& r, const FibVia& via) { vias->routerNexthopIs(r)->viaIs(via); }
+  void viaDel(const RouterId& r, const FibVia& via) { vias->routerNexthop(r)->viaDel(via); }
+  // The chosen via of every FEC towards `r` ("" where none).
+  std::map<uint32_t, std::string> choices(const RouterId& r) const {
+    std::map<uint32_t, std::string> out;
+    for (uint32_t i = 0; i < kFecs; ++i) {
+      const auto entry = this->out->fecRouterNexthop(fec(i));
+      const auto chosen = entry ? entry->routerNexthopInfo(r) : nullptr;
+      if (!chosen) continue;
+      EXPECT_EQ(chosen->vias(), 1u);
+      for (const FibVia& via : chosen->viaColl())
+        out[i] = via.valueToStrep();
+    }
+    return out;
+  }
+  void start() { sm = FecRouterNexthopInfoSm::FecRouterNexthopInfoSmIs(tables, vias, out); }
+
+  Vox::Ptr<Mpls::LabelBindingTableColl> tables = Vox::create<Mpls::LabelBindingTableColl>();
+  Vox::Ptr<Mpls::RouterNexthopInfoColl> vias = Vox::create<Mpls::RouterNexthopInfoColl>();
+  Vox::Ptr<Mpls::FecRouterNexthopInfoColl> out = Vox::create<Mpls::FecRouterNexthopInfoColl>();
+  Vox::Ptr<FecRouterNexthopInfoSm> sm;
+};
+
+TEST_F(FecRouterNexthopInfoSmTest, OnlyTheFecsThatMustMoveMove) {
+  start();
+  bindAll(router);
+  EXPECT_TRUE(choices(router).empty()) << "bindings without vias choose nothing";
+  viaIs(router, via(0));
+  const auto one = choices(router);
+  ASSERT_EQ(one.size(), kFecs);
+  for (const auto& [i, chosen] : one)
+    EXPECT_EQ(chosen, via(0).valueToStrep());
+
+  viaIs(router, via(1));
+  viaIs(router, via(2));
+  const auto three = choices(router);
+  viaIs(router, via(3));  // a via comes: FECs move only onto it
+  const auto four = choices(router);
+  int moved = 0;
+  for (const auto& [i, chosen] : four) {
+    if (chosen != three.at(i)) {
+      EXPECT_EQ(chosen, via(3).valueToStrep());
+      ++moved;
+    }
+  }
+  EXPECT_GT(moved, int(kFecs) / 8);
+  EXPECT_LT(moved, int(kFecs) * 3 / 8);
+  viaDel(router, via(1));  // a via goes: only its FECs move
+  for (const auto& [i, chosen] : choices(router)) {
+    if (four.at(i) != via(1).valueToStrep()) {
+      EXPECT_EQ(chosen, four.at(i));
+    }
+    EXPECT_NE(chosen, via(1).valueToStrep());
+  }
+  viaDel(router, via(0));
+  viaDel(router, via(2));
+  viaDel(router, via(3));  // the last via: the router leaves every FEC and its ring goes
+  EXPECT_EQ(out->fecRouterNexthops(), 0u);
+  EXPECT_EQ(sm->fecViaConsistentHashColl()->consistentHash(router), nullptr);
+}
+
+TEST_F(FecRouterNexthopInfoSmTest, AChoiceNotifiesOnlyWhenItChanges) {
+  start();
+  bindAll(router);
+  viaIs(router, via(0));
+  // Observes the chosen via of every FEC.
+  std::vector<std::unique_ptr<Vox::EntityNotifiee<Mpls::RouterNexthopInfo>>> watchers;
+  struct ViaCounter : Mpls::RouterNexthopInfo::NotifieeConst {
+    void onAttribute(const Vox::AttributeInfo&, const void*) override { ++*count; }
+    int* count = nullptr;
+  };
+  int changes = 0;
+  for (uint32_t i = 0; i < kFecs; ++i) {
+    auto w = std::make_unique<ViaCounter>();
+    w->count = &changes;
+    w->notifierIs(out->fecRouterNexthop(fec(i))->routerNexthopInfo(router));
+    w->hasNotificationActiveIs(true);
+    watchers.push_back(std::move(w));
+  }
+  viaIs(router, via(1));
+  int moved = 0;
+  for (const auto& [i, chosen] : choices(router))
+    moved += chosen == via(1).valueToStrep();
+  EXPECT_EQ(changes, 2 * moved);  // one add and one remove per FEC that moved, none otherwise
+  sm->handleRouterNexthop(router, via(1));  // reported again: counted as a collision, no change
+  EXPECT_EQ(changes, 2 * moved);
+  EXPECT_EQ(sm->fecViaConsistentHashColl()->consistentHash(router)->ch()->collisions(), 1u);
+}
+
+TEST_F(FecRouterNexthopInfoSmTest, BindingsComeAndGoPerRouter) {
+  start();
+  const RouterId other = v<RouterId>("3.3.3.3:0");
+  viaIs(router, via(0));
+  viaIs(other, via(5));
+  tables->bindingTableIs(router)->bindingIs(fec(1))->mplsLabelIs(Vela::MplsLabel(100));
+  tables->bindingTableIs(other)->bindingIs(fec(1))->mplsLabelIs(Vela::MplsLabel(200));
+  EXPECT_EQ(out->fecRouterNexthop(fec(1))->routerNexthopInfos(), 2u);
+  tables->bindingTable(router)->bindingDel(fec(1));
+  EXPECT_EQ(out->fecRouterNexthop(fec(1))->routerNexthopInfos(), 1u);
+  tables->bindingTableDel(other);  // the whole table: its zombie run withdraws its FECs
+  EXPECT_EQ(out->fecRouterNexthop(fec(1)), nullptr);
+}
+
+TEST_F(FecRouterNexthopInfoSmTest, InitializationRebuildsWhatIncrementalProcessingBuilt) {
+  std::mt19937 random(5);
+  start();
+  bindAll(router);
+  for (int step = 0; step < 300; ++step) {
+    const FibVia v = via(random() % 8);
+    if (random() % 2) {
+      viaIs(router, v);
+    } else if (vias->routerNexthop(router)) {
+      viaDel(router, v);
+    }
+  }
+  const auto incremental = choices(router);
+  out->fecRouterNexthopIs(fec(kFecs + 1))->routerNexthopInfoIs(router)->viaIs(via(9));  // stale
+  sm->handleInitialized();
+  EXPECT_EQ(choices(router), incremental);
+  EXPECT_EQ(out->fecRouterNexthop(fec(kFecs + 1)), nullptr);
+}
+
+TEST_F(FecRouterNexthopInfoSmTest, CollidingViasShareAPositionAndTheLesserWins) {
+  const auto [lesser, greater] = collidingVias();
+  Hasher hasher;
+  hasher.addNode(greater, 1000);
+  hasher.addNode(lesser, 1000);
+  EXPECT_EQ(hasher.nodes().size(), 1u);
+  EXPECT_EQ(
+      hasher.pointCount(), Hasher().pointCount() + [&] {
+        Hasher single;
+        single.addNode(lesser, 1000);
+        return single.pointCount();
+      }());
+  EXPECT_EQ(hasher.collisions(), 1u);
+  for (uint32_t i = 0; i < 50; ++i)
+    EXPECT_EQ(hasher.getNode(fec(i)), lesser);
+  hasher.delNode(lesser);  // the survivor is put back at the shared position
+  EXPECT_EQ(hasher.getNodeCount(), 1u);
+  EXPECT_EQ(hasher.getNode(fec(0)), greater);
+}
+
+// A hasher whose tables can be corrupted, to reach its consistency checks.
+struct CorruptibleHasher : Hasher {
+  void forgetWeight(const FibVia& via) { nodeWeights_.erase(via); }
+};
+
+using FecRouterNexthopInfoSmDeathTest = FecRouterNexthopInfoSmTest;
+
+TEST_F(FecRouterNexthopInfoSmDeathTest, HasherInconsistenciesAreFatal) {
+  EXPECT_DEATH(Hasher().getNode(fec(0)),
+               "getNodeCount\\(\\) > 0 && \"Can only call getNode on non-empty hasher\"");
+  const auto [lesser, greater] = collidingVias();
+  CorruptibleHasher corrupt;
+  corrupt.addNode(lesser, 1000);
+  corrupt.addNode(greater, 1000);
+  corrupt.forgetWeight(greater);
+  EXPECT_DEATH(
+      corrupt.delNode(lesser),
+      "nodeWeights.find\\( iterNode \\) != nodeWeights.end\\(\\) && \"Inconsistency between "
+      "nodeWeights and nodes hashmaps.\"");
+  Hasher rogue;
+  rogue.addNode(via(0), 1000);
+  rogue.delHash(Mpls::nodeHash(via(0)));  // the ring loses the position behind the hasher's back
+  rogue.addHash(12345, 1000);
+  EXPECT_DEATH(
+      rogue.getNode(fec(0)),
+      "nodesForHash != nodes.end\\(\\) && \"Node not found for hash. Inconsistency between "
+      "circle and hasher\"");
+}
+
+TEST_F(FecRouterNexthopInfoSmDeathTest, ReactorMisuseIsFatal) {
+  start();
+  viaIs(router, via(0));
+  // A ring emptied while the router still lists vias.
+  sm->fecViaConsistentHashColl()->consistentHash(router)->ch()->delNode(via(0));
+  EXPECT_DEATH(sm->handleRouterNexthop(router, via(7)), "!routerNexthop->vias\\(\\)");
+  EXPECT_DEATH([&]() noexcept { sm->routerFecIs(nullptr); }(),
+               "null _routerFec parameter to mutator for Mpls::FecRouterNexthopInfoSm::routerFec "
+               "not allowed\"");
+  EXPECT_DEATH([&]() noexcept { sm->routerNexthopIs(nullptr); }(),
+               "null _routerNexthop parameter to mutator for "
+               "Mpls::FecRouterNexthopInfoSm::routerNexthop not allowed\"");
+  sm->handleDelete();
+  EXPECT_DEATH(viaIs(router, via(1)), "initialized\\(\\)");
+  EXPECT_DEATH(tables->bindingTableIs(router)->bindingIs(fec(1)), "initialized\\(\\)");
+}
+
+}  // namespace

@@ -1,0 +1,276 @@
+#include "quill/lfib/LabelForwardingInfoSm.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <random>
+#include <vector>
+
+#include "tests/support/Contents.h"
+#include "tests/support/Values.h"
+
+namespace {
+
+using Mpls::FibVia;
+using Mpls::FwdEqvClass;
+using Mpls::RouterId;
+using QuillTest::Lines;
+using QuillTest::v;
+using Vela::MplsLabel;
+using Step = std::function<void()>;
+
+// "F<n>" names the FEC of tree n under root 1.1.1.1.
+FwdEqvClass fec(const std::string& name) {
+  return FwdEqvClass::p2mpLspId(v<Vela::IpGenAddr>("1.1.1.1"), std::stoul(name.substr(1)));
+}
+std::string nameOf(const FwdEqvClass& f) {
+  return "F" + std::to_string(static_cast<unsigned char>(f.opaque().back()));
+}
+
+class LabelForwardingInfoSmTest : public ::testing::Test {
+ protected:
+  void local(const std::string& f, const std::string& label) {
+    locals->bindingIs(fec(f))->mplsLabelIs(v<MplsLabel>(label));
+  }
+  void peer(const std::string& f, const std::string& router, const std::string& label) {
+    peers->fecRouterLabelIs(fec(f))
+        ->routerLabelInfoIs(v<RouterId>(router))
+        ->routerLabelIs(v<MplsLabel>(label));
+  }
+  void choose(const std::string& f, const std::string& router, const std::string& via) {
+    chosen->fecRouterNexthopIs(fec(f))
+        ->routerNexthopInfoIs(v<RouterId>(router))
+        ->viaIs(v<FibVia>(via));
+  }
+  // Removals find or create the member's owners, which is an input change like any other.
+  void unlocal(const std::string& f, const std::string& label) {
+    locals->bindingIs(fec(f))->mplsLabelDel(v<MplsLabel>(label));
+  }
+  void unpeer(const std::string& f, const std::string& router, const std::string& label) {
+    peers->fecRouterLabelIs(fec(f))
+        ->routerLabelInfoIs(v<RouterId>(router))
+        ->routerLabelDel(v<MplsLabel>(label));
+  }
+  void unchoose(const std::string& f, const std::string& router, const std::string& via) {
+    chosen->fecRouterNexthopIs(fec(f))
+        ->routerNexthopInfoIs(v<RouterId>(router))
+        ->viaDel(v<FibVia>(via));
+  }
+  // "local via/peer fec router" per justification; a branch or label without one is reported.
+  static Lines output(const Mpls::LabelForwardingInfoColl& coll) {
+    Lines lines;
+    for (const auto [label, entry] : coll.labelForwardingColl()) {
+      EXPECT_NE(entry.forwardingInfos(), 0u) << "empty label " << label.valueToStrep();
+      for (const auto [viaLabel, branch] : entry.forwardingInfoColl()) {
+        EXPECT_NE(branch.fecRouters(), 0u) << "unjustified branch under " << label.valueToStrep();
+        for (const Mpls::FecRouter& fr : branch.fecRouterColl()) {
+          lines.insert(label.valueToStrep() + " " + viaLabel.via().valueToStrep() + "/" +
+                       viaLabel.label().valueToStrep() + " " + nameOf(fr.fwdEqvClass()) + " " +
+                       fr.routerId().valueToStrep());
+        }
+      }
+    }
+    return lines;
+  }
+  Lines output() const { return output(*out); }
+  void start() {
+    sm = Mpls::LabelForwardingInfoSm::LabelForwardingInfoSmIs(locals, peers, chosen, out);
+  }
+  void restart() {
+    locals->bindingDelAll();
+    peers->fecRouterLabelDelAll();
+    chosen->fecRouterNexthopDelAll();
+    start();
+  }
+  // F0 (label 100) replicated to R2 and R3, F1 (label 101) to R2 only.
+  void scene() {
+    local("F0", "100");
+    peer("F0", "2.2.2.2:0", "200");
+    choose("F0", "2.2.2.2:0", "10.1.1.2-Ethernet1");
+    peer("F0", "3.3.3.3:0", "300");
+    choose("F0", "3.3.3.3:0", "10.1.1.3-Ethernet2");
+    local("F1", "101");
+    peer("F1", "2.2.2.2:0", "201");
+    choose("F1", "2.2.2.2:0", "10.1.1.2-Ethernet1");
+  }
+
+  Vox::Ptr<Mpls::LabelBindingTable> locals =
+      Vox::create<Mpls::LabelBindingTable>(v<RouterId>("1.1.1.1:0"));
+  Vox::Ptr<Mpls::FecRouterLabelInfoColl> peers = Vox::create<Mpls::FecRouterLabelInfoColl>();
+  Vox::Ptr<Mpls::FecRouterNexthopInfoColl> chosen = Vox::create<Mpls::FecRouterNexthopInfoColl>();
+  Vox::Ptr<Mpls::LabelForwardingInfoColl> out = Vox::create<Mpls::LabelForwardingInfoColl>();
+  Vox::Ptr<Mpls::LabelForwardingInfoSm> sm;
+};
+
+TEST_F(LabelForwardingInfoSmTest, JoinsInAnyOrderAndOnlyWhenAllThreePiecesArePresent) {
+  const std::vector<Step> pieces = {[this] { local("F0", "100"); },
+                                    [this] { peer("F0", "2.2.2.2:0", "200"); },
+                                    [this] { choose("F0", "2.2.2.2:0", "10.1.1.2-Ethernet1"); }};
+  std::vector<int> order = {0, 1, 2};
+  do {
+    SCOPED_TRACE(::testing::Message() << order[0] << order[1] << order[2]);
+    restart();
+    pieces[order[0]]();
+    pieces[order[1]]();
+    EXPECT_TRUE(output().empty());
+    pieces[order[2]]();
+    EXPECT_EQ(output(), (Lines{"100 10.1.1.2-Ethernet1/200 F0 2.2.2.2:0"}));
+  } while (std::next_permutation(order.begin(), order.end()));
+}
+
+TEST_F(LabelForwardingInfoSmTest, BranchesReplicateAndGoWithTheirLastJustification) {
+  start();
+  scene();
+  local("F1", "100");
+  peer("F1", "2.2.2.2:0", "200");  // the same (via, peer label) as F0 under the same label
+  EXPECT_EQ(
+      output(),
+      (Lines{"100 10.1.1.2-Ethernet1/200 F0 2.2.2.2:0", "100 10.1.1.2-Ethernet1/200 F1 2.2.2.2:0",
+             "100 10.1.1.2-Ethernet1/201 F1 2.2.2.2:0", "100 10.1.1.3-Ethernet2/300 F0 3.3.3.3:0",
+             "101 10.1.1.2-Ethernet1/200 F1 2.2.2.2:0",
+             "101 10.1.1.2-Ethernet1/201 F1 2.2.2.2:0"}));
+  EXPECT_EQ(out->labelForwarding(v<MplsLabel>("100"))->forwardingInfos(), 3u);
+  locals->bindingDel(fec("F0"));  // the shared branch keeps F1's justification
+  unpeer("F1", "2.2.2.2:0", "201");
+  unlocal("F1", "101");
+  EXPECT_EQ(output(), (Lines{"100 10.1.1.2-Ethernet1/200 F1 2.2.2.2:0"}));
+  unchoose("F1", "2.2.2.2:0", "10.1.1.2-Ethernet1");
+  EXPECT_EQ(out->labelForwardings(), 0u);
+}
+
+TEST_F(LabelForwardingInfoSmTest, RemovingAWholeEntityWithdrawsWhatItJustified) {
+  const RouterId r2 = v<RouterId>("2.2.2.2:0");
+  const Lines f1 = {"101 10.1.1.2-Ethernet1/201 F1 2.2.2.2:0"};
+  const Lines f0r3 = {"100 10.1.1.3-Ethernet2/300 F0 3.3.3.3:0",
+                      "101 10.1.1.2-Ethernet1/201 F1 2.2.2.2:0"};
+  const std::vector<std::pair<Step, Lines>> cases = {
+      {[this] { locals->bindingDel(fec("F0")); }, f1},
+      {[this] { peers->fecRouterLabelDel(fec("F0")); }, f1},
+      {[this] { chosen->fecRouterNexthopDel(fec("F0")); }, f1},
+      {[&] { peers->fecRouterLabel(fec("F0"))->routerLabelInfoDel(r2); }, f0r3},
+      {[&] { chosen->fecRouterNexthop(fec("F0"))->routerNexthopInfoDel(r2); }, f0r3}};
+  for (std::size_t i = 0; i < cases.size(); ++i) {
+    SCOPED_TRACE(i);
+    restart();
+    scene();
+    EXPECT_EQ(output().size(), 3u);
+    cases[i].first();
+    EXPECT_EQ(output(), cases[i].second);
+  }
+}
+
+// A chosen via that moves gains its new branch before it loses the old one, so the label's
+// entry stays throughout.
+TEST_F(LabelForwardingInfoSmTest, AMovedViaAddsTheNewBranchBeforeRemovingTheOld) {
+  struct Recorder : Mpls::LabelForwardingInfo::NotifieeConst {
+    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override {
+      if (const auto* branch = Mpls::LabelForwardingInfo::forwardingInfoAttribute::match(attr, key))
+        events.push_back((notifier()->forwardingInfo(*branch) ? "+" : "-") +
+                         branch->via().valueToStrep());
+    }
+    std::vector<std::string> events;
+  } recorder;
+  start();
+  scene();
+  recorder.notifierIs(out->labelForwarding(v<MplsLabel>("100")));
+  recorder.hasNotificationActiveIs(true);
+  choose("F0", "2.2.2.2:0", "10.1.2.2-Ethernet3");
+  unchoose("F0", "2.2.2.2:0", "10.1.1.2-Ethernet1");
+  EXPECT_EQ(recorder.events,
+            (std::vector<std::string>{"+10.1.2.2-Ethernet3", "-10.1.1.2-Ethernet1"}));
+  EXPECT_EQ(out->labelForwarding(v<MplsLabel>("100")).ptr(), recorder.notifier());
+}
+
+TEST_F(LabelForwardingInfoSmTest, InitializationRebuildsAndWholeRemovalsWaitWhileDeleted) {
+  scene();
+  // Left by an earlier instance: a stale justification on a live branch.
+  out->labelForwardingIs(v<MplsLabel>("100"))
+      ->forwardingInfoIs(Mpls::ViaLabel(v<FibVia>("10.1.1.2-Ethernet1"), v<MplsLabel>("200")))
+      ->fecRouterIs(Mpls::FecRouter(fec("F2"), v<RouterId>("9.9.9.9:0")));
+  start();
+  const Lines expected = {"100 10.1.1.2-Ethernet1/200 F0 2.2.2.2:0",
+                          "100 10.1.1.3-Ethernet2/300 F0 3.3.3.3:0",
+                          "101 10.1.1.2-Ethernet1/201 F1 2.2.2.2:0"};
+  EXPECT_EQ(output(), expected);
+  sm->handleDelete();
+  locals->bindingDel(fec("F0"));  // no handler may run, none asserts
+  EXPECT_EQ(output(), expected);
+  sm->handleInitialized();
+  EXPECT_EQ(output(), (Lines{"101 10.1.1.2-Ethernet1/201 F1 2.2.2.2:0"}));
+}
+
+// Built incrementally or from scratch over the same inputs, the LFIB is the same; entities may be
+// removed whole at every level.
+TEST_F(LabelForwardingInfoSmTest, IncrementalAndFromScratchAgreeOverRandomChanges) {
+  constexpr unsigned kSeed = 5;
+  std::mt19937 random(kSeed);
+  std::string f, router, label, via;
+  const std::vector<Step> steps = {
+      [&] { local(f, label); },
+      [&] { local(f, label); },
+      [&] { unlocal(f, label); },
+      [&] { locals->bindingDel(fec(f)); },
+      [&] { peer(f, router, label); },
+      [&] { peer(f, router, label); },
+      [&] { unpeer(f, router, label); },
+      [&] { peers->fecRouterLabelIs(fec(f))->routerLabelInfoDel(v<RouterId>(router)); },
+      [&] { peers->fecRouterLabelDel(fec(f)); },
+      [&] { choose(f, router, via); },
+      [&] { choose(f, router, via); },
+      [&] { unchoose(f, router, via); },
+      [&] { chosen->fecRouterNexthopIs(fec(f))->routerNexthopInfoDel(v<RouterId>(router)); },
+      [&] { chosen->fecRouterNexthopDel(fec(f)); }};
+  start();
+  bool sawOutput = false;
+  for (int step = 1; step <= 4000; ++step) {
+    f = "F" + std::to_string(random() % 3);
+    router = std::to_string(2 + random() % 3) + ".0.0.1:0";
+    label = std::to_string(100 + random() % 3);
+    via = "10.1.1." + std::to_string(random() % 3) + "-Ethernet1";
+    steps[random() % steps.size()]();
+    if (step % 100 != 0) continue;
+    auto scratchOut = Vox::create<Mpls::LabelForwardingInfoColl>();
+    auto scratch =
+        Mpls::LabelForwardingInfoSm::LabelForwardingInfoSmIs(locals, peers, chosen, scratchOut);
+    ASSERT_EQ(output(), output(*scratchOut)) << "seed " << kSeed << ", step " << step;
+    sawOutput = sawOutput || !output().empty();
+  }
+  EXPECT_TRUE(sawOutput);
+}
+
+using LabelForwardingInfoSmDeathTest = LabelForwardingInfoSmTest;
+
+TEST_F(LabelForwardingInfoSmDeathTest, NullEntitiesAndChangesAfterDeleteAreFatal) {
+  start();
+  scene();
+  const auto perFecLabels = sm->fecRouterLabelIs(peers->fecRouterLabel(fec("F0")));
+  const auto perFecVias = sm->fecRouterNexthopIs(chosen->fecRouterNexthop(fec("F0")));
+  const std::vector<std::pair<Step, const char*>> cases = {
+      {[&] { sm->fecLabelSetIs(nullptr); },
+       "_fecLabelSet parameter to mutator for Mpls::LabelForwardingInfoSm::fecLabelSet"},
+      {[&] { sm->fecRouterLabelIs(nullptr); },
+       "_fecRouterLabel parameter to mutator for Mpls::LabelForwardingInfoSm::fecRouterLabel"},
+      {[&] { sm->fecRouterNexthopIs(nullptr); },
+       "_fecRouterNexthop parameter to mutator for Mpls::LabelForwardingInfoSm::fecRouterNexthop"},
+      {[&] { perFecLabels->routerLabelInfoIs(nullptr); },
+       "_routerLabelInfo parameter to mutator for "
+       "Mpls::LabelForwardingInfoSm::VoxFecRouterLabel::routerLabelInfo"},
+      {[&] { perFecVias->routerNexthopInfoIs(nullptr); },
+       "_routerNexthopInfo parameter to mutator for "
+       "Mpls::LabelForwardingInfoSm::VoxFecRouterNexthop::routerNexthopInfo"}};
+  for (const auto& [mutate, text] : cases) {
+    EXPECT_DEATH([&]() noexcept { mutate(); }(), std::string("null ") + text + " not allowed\"");
+  }
+  // Each piece arrives alone (its owners exist), so only the handler of that piece can object.
+  unlocal("F2", "102");
+  unpeer("F2", "2.2.2.2:0", "202");
+  unchoose("F2", "2.2.2.2:0", "10.1.1.2-Ethernet1");
+  sm->handleDelete();
+  EXPECT_DEATH(local("F2", "102"), "fatal assertion failed: initialized\\(\\)");
+  EXPECT_DEATH(peer("F2", "2.2.2.2:0", "202"), "fatal assertion failed: initialized\\(\\)");
+  EXPECT_DEATH(choose("F2", "2.2.2.2:0", "10.1.1.2-Ethernet1"),
+               "fatal assertion failed: initialized\\(\\)");
+}
+
+}  // namespace

@@ -1,0 +1,206 @@
+#include "quill/lfib/RouterFilteredNexthopSm.h"
+
+#include <gtest/gtest.h>
+
+#include <random>
+
+#include "tests/support/Contents.h"
+#include "tests/support/Values.h"
+
+namespace {
+
+using Mpls::FibVia;
+using Mpls::RouterId;
+using QuillTest::Lines;
+using QuillTest::v;
+using Vela::IpGenAddr;
+
+class RouterFilteredNexthopSmTest : public ::testing::Test {
+ protected:
+  // Lists `via` for `router` under `ip`, by default the via's own hop address as the MPLS
+  // filter does.
+  void hop(const std::string& router, const std::string& via, std::string ip = "") {
+    const auto parsed = v<FibVia>(via);
+    hops->routerIpNexthopIs(v<RouterId>(router))
+        ->ipNexthopInfoIs(ip.empty() ? parsed.hop() : v<IpGenAddr>(ip))
+        ->viaIs(parsed);
+  }
+  void unhop(const std::string& router, const std::string& via, std::string ip = "") {
+    const auto parsed = v<FibVia>(via);
+    hops->routerIpNexthop(v<RouterId>(router))
+        ->ipNexthopInfo(ip.empty() ? parsed.hop() : v<IpGenAddr>(ip))
+        ->viaDel(parsed);
+  }
+  void addr(const std::string& router, const std::string& ipAddr) {
+    addrs->routerIpAddrIs(v<RouterId>(router))->ipAddrIs(v<IpGenAddr>(ipAddr));
+  }
+  void unaddr(const std::string& router, const std::string& ipAddr) {
+    addrs->routerIpAddr(v<RouterId>(router))->ipAddrDel(v<IpGenAddr>(ipAddr));
+  }
+  // "router via destIp" per justification; checks the entry shape the invariant demands.
+  static Lines output(const Mpls::RouterNexthopInfoColl& coll) {
+    Lines lines;
+    for (const auto [router, info] : coll.routerNexthopColl()) {
+      EXPECT_NE(info.vias(), 0u) << "empty entry for " << router.valueToStrep();
+      EXPECT_EQ(info.nexthopIpInfos(), info.vias()) << router.valueToStrep();
+      for (const FibVia& via : info.viaColl()) {
+        const auto justification = info.nexthopIpInfo(via);
+        EXPECT_TRUE(justification && justification->destIps() != 0) << via.valueToStrep();
+        if (!justification) continue;
+        for (const IpGenAddr& ip : justification->destIpColl())
+          lines.insert(router.valueToStrep() + " " + via.valueToStrep() + " " + ip.valueToStrep());
+      }
+    }
+    return lines;
+  }
+  Lines output() const { return output(*out); }
+  void start() { sm = Mpls::routerFilteredNexthopSmFactory(hops, addrs, out); }
+
+  Vox::Ptr<Mpls::RouterIpNexthopInfoColl> hops = Vox::create<Mpls::RouterIpNexthopInfoColl>();
+  Vox::Ptr<Mpls::RouterIpAddrInfoColl> addrs = Vox::create<Mpls::RouterIpAddrInfoColl>();
+  Vox::Ptr<Mpls::RouterNexthopInfoColl> out = Vox::create<Mpls::RouterNexthopInfoColl>();
+  Vox::Ptr<Mpls::RouterFilteredNexthopSm> sm;
+};
+
+TEST_F(RouterFilteredNexthopSmTest, OnlyViasUnderTheRoutersOwnAddressesSurvive) {
+  start();
+  addr("2.2.2.2:0", "10.1.2.2");  // known before any next-hop
+  addr("3.3.3.3:0", "10.1.3.3");  // a router with addresses only
+  EXPECT_TRUE(output().empty());
+  hop("2.2.2.2:0", "10.1.1.2-Ethernet1");
+  hop("2.2.2.2:0", "10.1.2.2-Ethernet2");
+  hop("2.2.2.2:0", "10.1.2.2-Ethernet3");
+  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.2.2-Ethernet2 10.1.2.2",
+                             "2.2.2.2:0 10.1.2.2-Ethernet3 10.1.2.2"}));
+  unhop("2.2.2.2:0", "10.1.2.2-Ethernet3");  // only that via goes
+  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.2.2-Ethernet2 10.1.2.2"}));
+  addr("2.2.2.2:0", "10.1.1.2");
+  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.1.2-Ethernet1 10.1.1.2",
+                             "2.2.2.2:0 10.1.2.2-Ethernet2 10.1.2.2"}));
+  unaddr("2.2.2.2:0", "10.1.2.2");
+  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.1.2-Ethernet1 10.1.1.2"}));
+  unaddr("2.2.2.2:0", "10.1.1.2");  // the last via takes the router's entry with it
+  EXPECT_EQ(out->routerNexthops(), 0u);
+}
+
+TEST_F(RouterFilteredNexthopSmTest, RemovingAWholeEntityFromEitherInputWithdrawsItsVias) {
+  start();
+  for (const char* router : {"2.2.2.2:0", "3.3.3.3:0"}) {
+    const std::string n(1, router[0]);
+    addr(router, "10.1.1." + n);
+    addr(router, "10.1.2." + n);
+    hop(router, "10.1.1." + n + "-Ethernet1");
+    hop(router, "10.1.2." + n + "-Ethernet2");
+  }
+  EXPECT_EQ(output().size(), 4u);
+  hops->routerIpNexthop(v<RouterId>("2.2.2.2:0"))->ipNexthopInfoDel(v<IpGenAddr>("10.1.1.2"));
+  EXPECT_EQ(output(),
+            (Lines{"2.2.2.2:0 10.1.2.2-Ethernet2 10.1.2.2", "3.3.3.3:0 10.1.1.3-Ethernet1 10.1.1.3",
+                   "3.3.3.3:0 10.1.2.3-Ethernet2 10.1.2.3"}));
+  addrs->routerIpAddrDel(v<RouterId>("2.2.2.2:0"));  // next-hops unchanged
+  EXPECT_EQ(output(), (Lines{"3.3.3.3:0 10.1.1.3-Ethernet1 10.1.1.3",
+                             "3.3.3.3:0 10.1.2.3-Ethernet2 10.1.2.3"}));
+  hops->routerIpNexthopDel(v<RouterId>("3.3.3.3:0"));  // addresses unchanged
+  EXPECT_TRUE(output().empty());
+}
+
+TEST_F(RouterFilteredNexthopSmTest, InitializationRebuildsAndWholeRemovalsWaitWhileDeleted) {
+  addr("2.2.2.2:0", "10.1.1.2");
+  hop("2.2.2.2:0", "10.1.1.2-Ethernet1");
+  hop("2.2.2.2:0", "10.1.9.9-Ethernet9");
+  // Left by an earlier instance: a stale address beside a justified one, and a stale router.
+  out->routerNexthopIs(v<RouterId>("2.2.2.2:0"))
+      ->nexthopIpInfoIs(v<FibVia>("10.1.1.2-Ethernet1"))
+      ->destIpIs(v<IpGenAddr>("10.1.7.7"));
+  out->routerNexthopIs(v<RouterId>("9.9.9.9:0"))->viaIs(v<FibVia>("10.9.9.9-Ethernet9"));
+  start();
+  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.1.2-Ethernet1 10.1.1.2"}));
+  sm->handleDelete();
+  addrs->routerIpAddrDel(v<RouterId>("2.2.2.2:0"));  // no handler may run, none asserts
+  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.1.2-Ethernet1 10.1.1.2"}));
+  sm->handleInitialized();
+  EXPECT_TRUE(output().empty());
+}
+
+// Built incrementally or from scratch over the same inputs, the output is the same; entities
+// may be removed whole at every level, and a via may be listed under several addresses.
+TEST_F(RouterFilteredNexthopSmTest, IncrementalAndFromScratchAgreeOverRandomChanges) {
+  constexpr unsigned kSeed = 23;
+  std::mt19937 random(kSeed);
+  start();
+  bool sawOutput = false;
+  for (int step = 1; step <= 4000; ++step) {
+    const std::string router = std::to_string(1 + random() % 3) + ".0.0.1:0";
+    const std::string ip = "10.1.1." + std::to_string(random() % 4);
+    const std::string via =
+        "10.1.1." + std::to_string(random() % 3) + "-Ethernet" + std::to_string(1 + random() % 2);
+    const auto hopsOf = hops->routerIpNexthop(v<RouterId>(router));
+    const auto addrsOf = addrs->routerIpAddr(v<RouterId>(router));
+    switch (random() % 16) {
+      case 0:
+      case 1:
+      case 2:
+      case 3:
+        hop(router, via, ip);
+        break;
+      case 4:
+      case 5:
+        if (hopsOf && hopsOf->ipNexthopInfo(v<IpGenAddr>(ip))) unhop(router, via, ip);
+        break;
+      case 6:
+        if (hopsOf) hops->routerIpNexthop(v<RouterId>(router))->ipNexthopInfoDel(v<IpGenAddr>(ip));
+        break;
+      case 7:
+        hops->routerIpNexthopDel(v<RouterId>(router));
+        break;
+      case 8:
+      case 9:
+      case 10:
+      case 11:
+        addr(router, ip);
+        break;
+      case 12:
+      case 13:
+      case 14:
+        if (addrsOf) unaddr(router, ip);
+        break;
+      default:
+        addrs->routerIpAddrDel(v<RouterId>(router));
+        break;
+    }
+    if (step % 100 != 0) continue;
+    auto scratchOut = Vox::create<Mpls::RouterNexthopInfoColl>();
+    auto scratch = Mpls::routerFilteredNexthopSmFactory(hops, addrs, scratchOut);
+    ASSERT_EQ(output(), output(*scratchOut)) << "seed " << kSeed << ", step " << step;
+    sawOutput = sawOutput || !output().empty();
+  }
+  EXPECT_TRUE(sawOutput);
+}
+
+using RouterFilteredNexthopSmDeathTest = RouterFilteredNexthopSmTest;
+
+TEST_F(RouterFilteredNexthopSmDeathTest, NullEntitiesEndTheProcessWithTheirTexts) {
+  start();
+  EXPECT_DEATH([&]() noexcept { sm->routerIpNexthopIs(nullptr); }(),
+               "null _routerIpNexthop parameter to mutator for "
+               "Mpls::RouterFilteredNexthopSm::routerIpNexthop not allowed\"");
+  EXPECT_DEATH([&]() noexcept { sm->routerIpAddrIs(nullptr); }(),
+               "null _routerIpAddr parameter to mutator for "
+               "Mpls::RouterFilteredNexthopSm::routerIpAddr not allowed\"");
+  hops->routerIpNexthopIs(v<RouterId>("2.2.2.2:0"));
+  const auto perRouter = sm->routerIpNexthopIs(hops->routerIpNexthop(v<RouterId>("2.2.2.2:0")));
+  EXPECT_DEATH([&]() noexcept { perRouter->ipNexthopInfoIs(nullptr); }(),
+               "null _ipNexthopInfo parameter to mutator for "
+               "Mpls::RouterFilteredNexthopSm::VoxRouterIpNexthop::ipNexthopInfo not allowed\"");
+}
+
+TEST_F(RouterFilteredNexthopSmDeathTest, ChangesAfterDeleteAreFatal) {
+  start();
+  hop("2.2.2.2:0", "10.1.1.2-Ethernet1");
+  sm->handleDelete();
+  EXPECT_DEATH(hop("2.2.2.2:0", "10.1.1.2-Ethernet2"), "fatal assertion failed: initialized\\(\\)");
+  // No next-hop under this address: only the address handler itself can object.
+  EXPECT_DEATH(addr("2.2.2.2:0", "10.1.9.9"), "fatal assertion failed: initialized\\(\\)");
+}
+
+}  // namespace
