@@ -222,7 +222,7 @@ class ValueMapAttribute {
  public:                                                                                           \
   VOX_ATTRIBUTE_DESCRIPTOR(                                                                        \
       Owner, name, KeyType,                                                                        \
-      static const ::Vox::SetAttribute<KeyType>& of(const Owner& owner) { return owner.name##_; }) \
+      static const ::Vox::KeyedSet<KeyType>& of(const Owner& owner) { return owner.name##_.coll(); }) \
   bool name(const KeyType& key) const {                                                            \
     return name##_.contains(key);                                                                  \
   }                                                                                                \

@@ -41,9 +41,13 @@ P2mpLfibGenSmManager::~P2mpLfibGenSmManager() {
   handleDelete();
   voxDoZombieReactors(true);
   ipAddrRouterIdInfoSmDel();
+  ipAddrToRouterIdInfoSmDel();
   routerNexthopInfoSmDel();
+  routerIdToNexthopInfoSmDel();
   intfRouterNexthopInfoSmDel();
+  intfToRouterNexthopInfoSmDel();
   routerIpNexthopInfoSmDel();
+  routerIdToIpNexthopInfoSmDel();
   routerFilteredNexthopSmDel();
   fecRouterNexthopInfoSmDel();
   labelForwardingInfoSmDel();
@@ -52,16 +56,31 @@ P2mpLfibGenSmManager::~P2mpLfibGenSmManager() {
 
 void P2mpLfibGenSmManager::handleInitialized() {
   const auto scope = enterHandleInitialized();
-  // Stage 1: the inversion.
-  ipAddrRouterIdInfoSmIs(p2mpRouterTransportIpAddrInfoColl_, p2mpIpAddrRouterIdInfoColl_);
-  // Stage 2: router next-hops.
-  routerNexthopInfoSmIs(p2mpIpAddrRouterIdInfoColl_, p2mpIpNexthopInfoColl_,
-                        p2mpRouterNexthopInfoColl_);
-  // Stage 3: interface grouping.
-  intfRouterNexthopInfoSmIs(p2mpRouterNexthopInfoColl_, p2mpIntfRouterNexthopInfoColl_);
-  // Stage 4: MPLS-interface filter.
-  routerIpNexthopInfoSmIs(p2mpIntfRouterNexthopInfoColl_, p2mpMplsIntfColl_,
-                          p2mpRouterIpNexthopInfoColl_);
+  // Stages 1 to 4: exactly one variant each, as the feature toggles say.
+  if (toggleMplsFluxInversionEnabled()) {
+    ipAddrToRouterIdInfoSmIs(p2mpRouterTransportIpAddrInfoColl_, p2mpIpAddrRouterIdInfoColl_);
+  } else {
+    ipAddrRouterIdInfoSmIs(p2mpRouterTransportIpAddrInfoColl_, p2mpIpAddrRouterIdInfoColl_);
+  }
+  if (toggleMplsFluxConcatEnabled()) {
+    routerIdToNexthopInfoSmIs(p2mpIpAddrRouterIdInfoColl_, p2mpIpNexthopInfoColl_,
+                              p2mpRouterNexthopInfoColl_);
+  } else {
+    routerNexthopInfoSmIs(p2mpIpAddrRouterIdInfoColl_, p2mpIpNexthopInfoColl_,
+                          p2mpRouterNexthopInfoColl_);
+  }
+  if (toggleMplsFluxIntfRouterSmEnabled()) {
+    intfToRouterNexthopInfoSmIs(p2mpRouterNexthopInfoColl_, p2mpIntfRouterNexthopInfoColl_);
+  } else {
+    intfRouterNexthopInfoSmIs(p2mpRouterNexthopInfoColl_, p2mpIntfRouterNexthopInfoColl_);
+  }
+  if (toggleMplsFluxRouterIpNexthopEnabled()) {
+    routerIdToIpNexthopInfoSmIs(p2mpIntfRouterNexthopInfoColl_, p2mpMplsIntfColl_,
+                                p2mpRouterIpNexthopInfoColl_);
+  } else {
+    routerIpNexthopInfoSmIs(p2mpIntfRouterNexthopInfoColl_, p2mpMplsIntfColl_,
+                            p2mpRouterIpNexthopInfoColl_);
+  }
   // Stage 5: interface-address filter.
   routerFilteredNexthopSmIs(p2mpRouterIpNexthopInfoColl_, p2mpRouterIntfIpAddrInfoColl_,
                             p2mpRouterFilteredNexthopColl_);

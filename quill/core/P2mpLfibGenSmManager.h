@@ -12,9 +12,11 @@
 //   #2 peer tables + #12 --(6) FEC next-hops---------> #13 one via per FEC and router
 //   #1 local labels + #3 peer labels + #13 --(7)----> #14 the p2mp LFIB
 //
-// Each reactor is live (notifications on) before the next is created. The manager computes
-// nothing itself, and it does not create the next-hop resolution reactors or the label binding
-// notifier: the owning agent runs those over collections it shares with the manager.
+// Stages 1 to 4 each exist in two variants, hand-written and compiled from dataflow rules; the
+// feature toggles choose one per stage (the compiled one by default) and the other's attribute
+// stays null. Each reactor is live (notifications on) before the next is created. The manager
+// computes nothing itself, and it does not create the next-hop resolution reactors or the label
+// binding notifier: the owning agent runs those over collections it shares with the manager.
 //
 // Setting a stage with the very same collection objects (pointer identity) as the reactor it has
 // returns that reactor untouched, so a second `handleInitialized` keeps every reactor.
@@ -27,6 +29,10 @@
 #include "platform/mpls/LabelBindingTable.h"
 #include "platform/mpls/LabelBindingTableColl.h"
 #include "quill/core/StageReactor.h"
+#include "quill/flux/IntfToRouterNexthopInfoSm.h"
+#include "quill/flux/IpAddrToRouterIdInfoSm.h"
+#include "quill/flux/RouterIdToIpNexthopInfoSm.h"
+#include "quill/flux/RouterIdToNexthopInfoSm.h"
 #include "quill/lfib/FecRouterNexthopInfoSm.h"
 #include "quill/lfib/LabelForwardingInfoSm.h"
 #include "quill/lfib/RouterFilteredNexthopSm.h"
@@ -122,12 +128,24 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   const Vox::Ptr<IpAddrRouterIdInfoSm>& ipAddrRouterIdInfoSm() const {
     return ipAddrRouterIdInfoSm_;
   }
+  const Vox::Ptr<IpAddrToRouterIdInfoSm>& ipAddrToRouterIdInfoSm() const {
+    return ipAddrToRouterIdInfoSm_;
+  }
   const Vox::Ptr<RouterNexthopInfoSm>& routerNexthopInfoSm() const { return routerNexthopInfoSm_; }
+  const Vox::Ptr<RouterIdToNexthopInfoSm>& routerIdToNexthopInfoSm() const {
+    return routerIdToNexthopInfoSm_;
+  }
   const Vox::Ptr<IntfRouterNexthopInfoSm>& intfRouterNexthopInfoSm() const {
     return intfRouterNexthopInfoSm_;
   }
+  const Vox::Ptr<IntfToRouterNexthopInfoSm>& intfToRouterNexthopInfoSm() const {
+    return intfToRouterNexthopInfoSm_;
+  }
   const Vox::Ptr<RouterIpNexthopInfoSm>& routerIpNexthopInfoSm() const {
     return routerIpNexthopInfoSm_;
+  }
+  const Vox::Ptr<RouterIdToIpNexthopInfoSm>& routerIdToIpNexthopInfoSm() const {
+    return routerIdToIpNexthopInfoSm_;
   }
   const Vox::Ptr<RouterFilteredNexthopSm>& routerFilteredNexthopSm() const {
     return routerFilteredNexthopSm_;
@@ -146,6 +164,11 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
       const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl) {
     return stageIs(ipAddrRouterIdInfoSm_, routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
   }
+  Vox::Ptr<IpAddrToRouterIdInfoSm> ipAddrToRouterIdInfoSmIs(
+      const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
+      const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl) {
+    return stageIs(ipAddrToRouterIdInfoSm_, routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
+  }
   Vox::Ptr<RouterNexthopInfoSm> routerNexthopInfoSmIs(
       const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
       const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl,
@@ -153,10 +176,22 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
     return stageIs(routerNexthopInfoSm_, ipAddrRouterIdInfoColl, ipNexthopInfoColl,
                    routerNexthopInfoColl);
   }
+  Vox::Ptr<RouterIdToNexthopInfoSm> routerIdToNexthopInfoSmIs(
+      const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
+      const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl,
+      const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
+    return stageIs(routerIdToNexthopInfoSm_, ipAddrRouterIdInfoColl, ipNexthopInfoColl,
+                   routerNexthopInfoColl);
+  }
   Vox::Ptr<IntfRouterNexthopInfoSm> intfRouterNexthopInfoSmIs(
       const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
       const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl) {
     return stageIs(intfRouterNexthopInfoSm_, routerNexthopInfoColl, intfRouterNexthopInfoColl);
+  }
+  Vox::Ptr<IntfToRouterNexthopInfoSm> intfToRouterNexthopInfoSmIs(
+      const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
+      const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl) {
+    return stageIs(intfToRouterNexthopInfoSm_, routerNexthopInfoColl, intfRouterNexthopInfoColl);
   }
   Vox::Ptr<RouterIpNexthopInfoSm> routerIpNexthopInfoSmIs(
       const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
@@ -166,6 +201,13 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
                    routerIpNexthopInfoColl);
   }
 
+  Vox::Ptr<RouterIdToIpNexthopInfoSm> routerIdToIpNexthopInfoSmIs(
+      const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
+      const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
+      const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl) {
+    return stageIs(routerIdToIpNexthopInfoSm_, intfRouterNexthopInfoColl, mplsIntfColl,
+                   routerIpNexthopInfoColl);
+  }
   Vox::Ptr<RouterFilteredNexthopSm> routerFilteredNexthopSmIs(
       const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl,
       const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
@@ -193,12 +235,24 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSmDel() {
     return stageDel(ipAddrRouterIdInfoSm_);
   }
+  Vox::Ptr<IpAddrToRouterIdInfoSm> ipAddrToRouterIdInfoSmDel() {
+    return stageDel(ipAddrToRouterIdInfoSm_);
+  }
   Vox::Ptr<RouterNexthopInfoSm> routerNexthopInfoSmDel() { return stageDel(routerNexthopInfoSm_); }
+  Vox::Ptr<RouterIdToNexthopInfoSm> routerIdToNexthopInfoSmDel() {
+    return stageDel(routerIdToNexthopInfoSm_);
+  }
   Vox::Ptr<IntfRouterNexthopInfoSm> intfRouterNexthopInfoSmDel() {
     return stageDel(intfRouterNexthopInfoSm_);
   }
+  Vox::Ptr<IntfToRouterNexthopInfoSm> intfToRouterNexthopInfoSmDel() {
+    return stageDel(intfToRouterNexthopInfoSm_);
+  }
   Vox::Ptr<RouterIpNexthopInfoSm> routerIpNexthopInfoSmDel() {
     return stageDel(routerIpNexthopInfoSm_);
+  }
+  Vox::Ptr<RouterIdToIpNexthopInfoSm> routerIdToIpNexthopInfoSmDel() {
+    return stageDel(routerIdToIpNexthopInfoSm_);
   }
   Vox::Ptr<RouterFilteredNexthopSm> routerFilteredNexthopSmDel() {
     return stageDel(routerFilteredNexthopSm_);
@@ -237,9 +291,13 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   template <class Action>
   void forEachStage(Action&& action) const {
     if (ipAddrRouterIdInfoSm_) action(*ipAddrRouterIdInfoSm_);
+    if (ipAddrToRouterIdInfoSm_) action(*ipAddrToRouterIdInfoSm_);
     if (routerNexthopInfoSm_) action(*routerNexthopInfoSm_);
+    if (routerIdToNexthopInfoSm_) action(*routerIdToNexthopInfoSm_);
     if (intfRouterNexthopInfoSm_) action(*intfRouterNexthopInfoSm_);
+    if (intfToRouterNexthopInfoSm_) action(*intfToRouterNexthopInfoSm_);
     if (routerIpNexthopInfoSm_) action(*routerIpNexthopInfoSm_);
+    if (routerIdToIpNexthopInfoSm_) action(*routerIdToIpNexthopInfoSm_);
     if (routerFilteredNexthopSm_) action(*routerFilteredNexthopSm_);
     if (fecRouterNexthopInfoSm_) action(*fecRouterNexthopInfoSm_);
     if (labelForwardingInfoSm_) action(*labelForwardingInfoSm_);
@@ -261,9 +319,13 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   Vox::Ptr<FecRouterNexthopInfoColl> p2mpFecRouterNexthopInfoColl_;
   Vox::Ptr<LabelForwardingInfoColl> p2mpLabelForwardingInfoColl_;
   Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSm_;
+  Vox::Ptr<IpAddrToRouterIdInfoSm> ipAddrToRouterIdInfoSm_;
   Vox::Ptr<RouterNexthopInfoSm> routerNexthopInfoSm_;
+  Vox::Ptr<RouterIdToNexthopInfoSm> routerIdToNexthopInfoSm_;
   Vox::Ptr<IntfRouterNexthopInfoSm> intfRouterNexthopInfoSm_;
+  Vox::Ptr<IntfToRouterNexthopInfoSm> intfToRouterNexthopInfoSm_;
   Vox::Ptr<RouterIpNexthopInfoSm> routerIpNexthopInfoSm_;
+  Vox::Ptr<RouterIdToIpNexthopInfoSm> routerIdToIpNexthopInfoSm_;
   Vox::Ptr<RouterFilteredNexthopSm> routerFilteredNexthopSm_;
   Vox::Ptr<FecRouterNexthopInfoSm> fecRouterNexthopInfoSm_;
   Vox::Ptr<LabelForwardingInfoSm> labelForwardingInfoSm_;

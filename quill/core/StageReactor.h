@@ -69,11 +69,16 @@ class StageReactor : public Vox::Reactor {
   // the returned scope ends) and `initialized` set.
   [[nodiscard]] LifecycleScope enterHandleInitialized(
       std::source_location where = std::source_location::current()) {
-    static constexpr auto kName = Derived::kQualifiedName + StaticName("::handleInitialized");
-    static constinit Rapidlog::Site site{kName.c_str()};
     traceLifecycle("handleInitialized", where);
     initializedIs(true);
-    return LifecycleScope(site);
+    return LifecycleScope(handleInitializedSite());
+  }
+  // The same without setting `initialized`, for reactors that set it once their inputs are
+  // scanned.
+  [[nodiscard]] LifecycleScope traceHandleInitialized(
+      std::source_location where = std::source_location::current()) {
+    traceLifecycle("handleInitialized", where);
+    return LifecycleScope(handleInitializedSite());
   }
 
   // The whole of `handleDelete`: the level-8 record and the binary-trace record under a block
@@ -89,6 +94,11 @@ class StageReactor : public Vox::Reactor {
   }
 
  private:
+  static const Rapidlog::Site& handleInitializedSite() {
+    static constexpr auto kName = Derived::kQualifiedName + StaticName("::handleInitialized");
+    static constinit Rapidlog::Site site{kName.c_str()};
+    return site;
+  }
   static constexpr auto traceHandleName() {
     if constexpr (requires { Derived::kTraceHandleName; }) {
       return Derived::kTraceHandleName;

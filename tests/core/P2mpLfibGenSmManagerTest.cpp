@@ -2,6 +2,7 @@
 
 #include <gtest/gtest.h>
 
+#include "quill/core/Toggles.h"
 #include "sim/PipelineCollections.h"
 #include "tests/support/TraceCapture.h"
 #include "tests/support/Values.h"
@@ -10,6 +11,8 @@ namespace {
 
 using QuillTest::v;
 
+// These tests run twice (see tests/CMakeLists.txt): with the feature toggles at their default
+// (compiled stages) and with all four off (hand-written stages).
 class P2mpLfibGenSmManagerTest : public ::testing::Test {
  protected:
   void advertise(const char* router, const char* addr) {
@@ -19,16 +22,44 @@ class P2mpLfibGenSmManagerTest : public ::testing::Test {
   bool inverted(const char* addr) const {
     return bool(colls.ipAddrRouterId->ipAddrRouterId(v<Vela::IpGenAddr>(addr)));
   }
+  // Stage 1, whichever variant runs.
+  static Vox::Reactor* stage1(const Mpls::P2mpLfibGenSmManager& manager) {
+    if (manager.ipAddrToRouterIdInfoSm()) return manager.ipAddrToRouterIdInfoSm().ptr();
+    return manager.ipAddrRouterIdInfoSm().ptr();
+  }
   Sim::PipelineCollections colls;
 };
+
+TEST_F(P2mpLfibGenSmManagerTest, TheTogglesChooseExactlyOneVariantPerStage) {
+  auto manager = colls.managerIs();
+  const struct {
+    bool compiled;
+    bool compiledExists;
+    bool handWrittenExists;
+  } stages[] = {
+      {Mpls::toggleMplsFluxInversionEnabled(), bool(manager->ipAddrToRouterIdInfoSm()),
+       bool(manager->ipAddrRouterIdInfoSm())},
+      {Mpls::toggleMplsFluxConcatEnabled(), bool(manager->routerIdToNexthopInfoSm()),
+       bool(manager->routerNexthopInfoSm())},
+      {Mpls::toggleMplsFluxIntfRouterSmEnabled(), bool(manager->intfToRouterNexthopInfoSm()),
+       bool(manager->intfRouterNexthopInfoSm())},
+      {Mpls::toggleMplsFluxRouterIpNexthopEnabled(), bool(manager->routerIdToIpNexthopInfoSm()),
+       bool(manager->routerIpNexthopInfoSm())},
+  };
+  for (const auto& stage : stages) {
+    EXPECT_EQ(stage.compiledExists, stage.compiled);
+    EXPECT_EQ(stage.handWrittenExists, !stage.compiled);
+  }
+  EXPECT_TRUE(manager->routerFilteredNexthopSm() && manager->fecRouterNexthopInfoSm() &&
+              manager->labelForwardingInfoSm());
+}
 
 TEST_F(P2mpLfibGenSmManagerTest, AConstructedManagerRunsItsPipeline) {
   advertise("2.2.2.2:0", "10.0.0.1");  // before: caught up by initialization
   auto manager = colls.managerIs();
   EXPECT_TRUE(manager->initialized());
   EXPECT_TRUE(manager->hasNotificationActive());
-  ASSERT_TRUE(manager->ipAddrRouterIdInfoSm());
-  EXPECT_TRUE(manager->ipAddrRouterIdInfoSm()->hasNotificationActive());
+  EXPECT_TRUE(stage1(*manager)->hasNotificationActive());
   advertise("2.2.2.2:0", "10.0.0.2");  // after: followed
   EXPECT_TRUE(inverted("10.0.0.1"));
   EXPECT_TRUE(inverted("10.0.0.2"));
@@ -36,31 +67,44 @@ TEST_F(P2mpLfibGenSmManagerTest, AConstructedManagerRunsItsPipeline) {
 
 TEST_F(P2mpLfibGenSmManagerTest, ASecondInitializationKeepsEveryReactor) {
   auto manager = colls.managerIs();
-  const auto stage1 = manager->ipAddrRouterIdInfoSm();
+  std::vector<Vox::Reactor*> before;
+  manager->hasNotificationActiveIs(true);
+  const auto collect = [&](std::vector<Vox::Reactor*>& into) {
+    into = {stage1(*manager), manager->routerFilteredNexthopSm().ptr(),
+            manager->fecRouterNexthopInfoSm().ptr(), manager->labelForwardingInfoSm().ptr()};
+  };
+  collect(before);
   manager->handleInitialized();
-  EXPECT_EQ(manager->ipAddrRouterIdInfoSm(), stage1);
+  std::vector<Vox::Reactor*> after;
+  collect(after);
+  EXPECT_EQ(after, before);
 }
 
 TEST_F(P2mpLfibGenSmManagerTest, SettersCompareCollectionsByIdentity) {
   auto manager = colls.managerIs();
-  const auto original = manager->ipAddrRouterIdInfoSm();
+  const auto original = manager->ipAddrRouterIdInfoSmIs(colls.transportAddrs, colls.ipAddrRouterId);
   EXPECT_EQ(manager->ipAddrRouterIdInfoSmIs(colls.transportAddrs, colls.ipAddrRouterId), original);
   // An equal but distinct collection makes a new reactor.
   auto otherOutput = Vox::create<Mpls::IpAddrRouterIdInfoColl>();
   const auto replaced = manager->ipAddrRouterIdInfoSmIs(colls.transportAddrs, otherOutput);
   EXPECT_NE(replaced, original);
   EXPECT_EQ(manager->ipAddrRouterIdInfoSm(), replaced);
+  EXPECT_TRUE(replaced->hasNotificationActive());
   advertise("2.2.2.2:0", "10.0.0.1");
   EXPECT_TRUE(otherOutput->ipAddrRouterId(v<Vela::IpGenAddr>("10.0.0.1")));
 }
 
 TEST_F(P2mpLfibGenSmManagerTest, RemoversHandTheReactorOverSilenced) {
   auto manager = colls.managerIs();
-  auto removed = manager->ipAddrRouterIdInfoSmDel();
+  Vox::Ptr<Vox::Reactor> removed =
+      manager->ipAddrToRouterIdInfoSm()
+          ? Vox::Ptr<Vox::Reactor>(manager->ipAddrToRouterIdInfoSmDel())
+          : Vox::Ptr<Vox::Reactor>(manager->ipAddrRouterIdInfoSmDel());
   ASSERT_TRUE(removed);
   EXPECT_FALSE(removed->hasNotificationActive());
-  EXPECT_EQ(manager->ipAddrRouterIdInfoSm(), nullptr);
+  EXPECT_EQ(stage1(*manager), nullptr);
   EXPECT_EQ(manager->ipAddrRouterIdInfoSmDel(), nullptr);
+  EXPECT_EQ(manager->ipAddrToRouterIdInfoSmDel(), nullptr);
   advertise("2.2.2.2:0", "10.0.0.1");
   EXPECT_FALSE(inverted("10.0.0.1"));
 }
@@ -68,7 +112,8 @@ TEST_F(P2mpLfibGenSmManagerTest, RemoversHandTheReactorOverSilenced) {
 TEST_F(P2mpLfibGenSmManagerTest, NotificationsOffReachEveryStage) {
   auto manager = colls.managerIs();
   manager->hasNotificationActiveIs(false);
-  EXPECT_FALSE(manager->ipAddrRouterIdInfoSm()->hasNotificationActive());
+  EXPECT_FALSE(stage1(*manager)->hasNotificationActive());
+  EXPECT_FALSE(manager->labelForwardingInfoSm()->hasNotificationActive());
   advertise("2.2.2.2:0", "10.0.0.1");
   EXPECT_FALSE(inverted("10.0.0.1"));
   manager->hasNotificationActiveIs(true);
@@ -80,7 +125,7 @@ TEST_F(P2mpLfibGenSmManagerTest, AfterHandleDeleteTheReactorsStillReact) {
   auto manager = colls.managerIs();
   manager->handleDelete();
   EXPECT_FALSE(manager->initialized());
-  ASSERT_TRUE(manager->ipAddrRouterIdInfoSm());
+  ASSERT_TRUE(stage1(*manager));
   advertise("2.2.2.2:0", "10.0.0.1");
   EXPECT_TRUE(inverted("10.0.0.1"));
 }
@@ -88,20 +133,29 @@ TEST_F(P2mpLfibGenSmManagerTest, AfterHandleDeleteTheReactorsStillReact) {
 TEST_F(P2mpLfibGenSmManagerTest, DestructionDeletesTheManagerFirstThenTheStagesInOrder) {
   auto manager = colls.managerIs();
   advertise("2.2.2.2:0", "10.0.0.1");
-  QuillTest::TraceCapture trace("Quill*/8");
+  QuillTest::TraceCapture trace("*/8");
   manager = nullptr;
   std::vector<std::string> deletes;
   for (const std::string& message : trace.messages()) {
     if (message.ends_with("::handleDelete()")) deletes.push_back(message);
   }
-  EXPECT_EQ(deletes, (std::vector<std::string>{"Mpls::P2mpLfibGenSmManager::handleDelete()",
-                                               "Mpls::IpAddrRouterIdInfoSm::handleDelete()",
-                                               "Mpls::RouterNexthopInfoSm::handleDelete()",
-                                               "Mpls::IntfRouterNexthopInfoSm::handleDelete()",
-                                               "Mpls::RouterIpNexthopInfoSm::handleDelete()",
-                                               "Mpls::RouterFilteredNexthopSm::handleDelete()",
-                                               "Mpls::FecRouterNexthopInfoSm::handleDelete()",
-                                               "Mpls::LabelForwardingInfoSm::handleDelete()"}));
+  const auto name = [](bool compiled, const char* compiledName, const char* handWritten) {
+    return std::string("Mpls::") + (compiled ? compiledName : handWritten) + "::handleDelete()";
+  };
+  EXPECT_EQ(deletes, (std::vector<std::string>{
+                         "Mpls::P2mpLfibGenSmManager::handleDelete()",
+                         name(Mpls::toggleMplsFluxInversionEnabled(), "IpAddrToRouterIdInfoSm",
+                              "IpAddrRouterIdInfoSm"),
+                         name(Mpls::toggleMplsFluxConcatEnabled(), "RouterIdToNexthopInfoSm",
+                              "RouterNexthopInfoSm"),
+                         name(Mpls::toggleMplsFluxIntfRouterSmEnabled(),
+                              "IntfToRouterNexthopInfoSm", "IntfRouterNexthopInfoSm"),
+                         name(Mpls::toggleMplsFluxRouterIpNexthopEnabled(),
+                              "RouterIdToIpNexthopInfoSm", "RouterIpNexthopInfoSm"),
+                         "Mpls::RouterFilteredNexthopSm::handleDelete()",
+                         "Mpls::FecRouterNexthopInfoSm::handleDelete()",
+                         "Mpls::LabelForwardingInfoSm::handleDelete()",
+                     }));
   // The collections belong to the agent: released, not cleared.
   EXPECT_EQ(colls.transportAddrs->references(), 1u);
   EXPECT_TRUE(inverted("10.0.0.1"));

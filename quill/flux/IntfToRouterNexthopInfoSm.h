@@ -1,0 +1,78 @@
+#pragma once
+// Stage 3, compiled: regroups each router's vias by outgoing interface.
+//
+// Rule: the output holds (interface I, router R, via V) exactly when V is in R's via set in the
+// input and V's interface is I. An interface entry exists while it holds a router, and a
+// router's entry under it while it holds a via. The key names the interface twice (alone and
+// inside the via), as the generated design does.
+#include <tuple>
+
+#include "quill/flux/FluxKey.h"
+#include "quill/flux/FluxPattern.h"
+#include "quill/model/IntfRouterNexthopInfoColl.h"
+#include "quill/model/RouterNexthopInfoColl.h"
+
+namespace Mpls {
+
+namespace FluxCode::IntfToRouterNexthopInfoSm {
+class InputSmScanState : public Vox::EntityBase<InputSmScanState> {
+ public:
+  VOX_VALUE_ATTRIBUTE(InputSmScanState, routerNexthopSm0, bool, false)
+};
+using OutputState = Quill::Flux::OutputState;
+using Pipeline0KeyType =
+    Quill::Flux::FluxKey<"Mpls::IntfToRouterNexthopInfoSm::Pipeline0KeyType",
+                         Quill::Flux::FieldNames<"fibVia0", "routerNexthop1", "fibVia2">,
+                         Vela::IntfId, RouterId, FibVia>;
+using ViaSm1 = Quill::Flux::SetSm<RouterNexthopInfo::viaAttribute>;
+using RouterNexthopSm0 = Quill::Flux::CollSm<RouterNexthopInfoColl::routerNexthopAttribute, ViaSm1>;
+}  // namespace FluxCode::IntfToRouterNexthopInfoSm
+
+class IntfToRouterNexthopInfoSm
+    : public Quill::Flux::FluxPipeline<IntfToRouterNexthopInfoSm,
+                                       FluxCode::IntfToRouterNexthopInfoSm::Pipeline0KeyType,
+                                       FluxCode::IntfToRouterNexthopInfoSm::InputSmScanState> {
+ public:
+  static constexpr Quill::StaticName kQualifiedName = "Mpls::IntfToRouterNexthopInfoSm";
+  static constexpr Quill::StaticName kTraceHandleName = "IntfToRouterNexthopInfoSm";
+  using Pipeline0KeyType = FluxCode::IntfToRouterNexthopInfoSm::Pipeline0KeyType;
+  using RouterNexthopSm0 = FluxCode::IntfToRouterNexthopInfoSm::RouterNexthopSm0;
+
+  IntfToRouterNexthopInfoSm(const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopColl,
+                            const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterColl);
+  ~IntfToRouterNexthopInfoSm() override;
+
+  static Vox::Ptr<IntfToRouterNexthopInfoSm> IntfToRouterNexthopInfoSmIs(
+      const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopColl,
+      const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterColl) {
+    return create(routerNexthopColl, intfRouterColl);
+  }
+  auto constructorArguments() const {
+    return std::tuple(routerNexthopColl_.ptr(), intfRouterColl_.ptr());
+  }
+
+  const Vox::Ptr<RouterNexthopSm0>& routerNexthopSm0() const { return routerNexthopSm0_; }
+  void routerNexthopSm0Del() { routerNexthopSm0_ = nullptr; }
+
+  void eventToPipeline0(const RouterId& routerId, const FibVia& via, Quill::Flux::Presence present);
+
+  void createInputStateMachines();
+  bool outputEmpty() const { return intfRouterColl_->intfRouterNexthops() == 0; }
+  template <class F>
+  void forEachOutputElement(F f) const {
+    for (const auto [intfId, intf] : intfRouterColl_->intfRouterNexthopColl()) {
+      for (const auto [routerId, router] : intf.routerNexthopInfoColl()) {
+        for (const FibVia& via : router.viaColl())
+          f(Pipeline0KeyType(intfId, routerId, via));
+      }
+    }
+  }
+  void removeOutputElement(const Pipeline0KeyType& key);
+
+ private:
+  Vox::Ptr<const RouterNexthopInfoColl> routerNexthopColl_;
+  Vox::Ptr<IntfRouterNexthopInfoColl> intfRouterColl_;
+  Vox::Ptr<RouterNexthopSm0> routerNexthopSm0_;
+};
+
+}  // namespace Mpls

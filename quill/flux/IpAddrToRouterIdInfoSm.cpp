@@ -1,0 +1,48 @@
+#include "quill/flux/IpAddrToRouterIdInfoSm.h"
+
+namespace Mpls {
+
+using Quill::Flux::Presence;
+
+IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSm(const Vox::Ptr<const RouterIpAddrInfoColl>& routers,
+                                               const Vox::Ptr<IpAddrRouterIdInfoColl>& addrs)
+    : routers_(routers), addrs_(addrs) {
+  handleInitialized();
+}
+
+IpAddrToRouterIdInfoSm::~IpAddrToRouterIdInfoSm() {
+  handleDelete();
+}
+
+void IpAddrToRouterIdInfoSm::createInputStateMachines() {
+  const RouterIpAddrSm0::Config config{
+      {"RouterIpAddrSm0", "handleRouterIpAddr", "routerIpAddr", &traceHandle()},
+      {{"IpAddrSm1", "handleIpAddr", "ipAddr", &traceHandle()}, true}};
+  routerIpAddrSm0_ = Vox::create<RouterIpAddrSm0>(
+      routers_, this,
+      [this](const RouterIpAddrSm0::Keys& keys, Presence present) {
+        eventToPipeline0(std::get<0>(keys), std::get<1>(keys), present);
+      },
+      config, [this] { inputSmScanState()->routerIpAddrSm0Is(true); });
+  registerInput("routerIpAddrSm0", routerIpAddrSm0_);
+}
+
+void IpAddrToRouterIdInfoSm::eventToPipeline0(const RouterId& routerId,
+                                              const Vela::IpGenAddr& ipAddr, Presence present) {
+  const Pipeline0KeyType key(ipAddr, routerId);
+  notePipeline0(key);
+  if (present) {
+    addrs_->ipAddrRouterIdIs(ipAddr)->routerIdIs(routerId);
+  } else {
+    removeOutputElement(key);
+  }
+}
+
+void IpAddrToRouterIdInfoSm::removeOutputElement(const Pipeline0KeyType& key) {
+  const auto entry = addrs_->ipAddrRouterId(key.get<0>());
+  if (!entry) return;
+  entry->routerIdDel(key.get<1>());
+  if (entry->routerIds() == 0) addrs_->ipAddrRouterIdDel(key.get<0>());
+}
+
+}  // namespace Mpls

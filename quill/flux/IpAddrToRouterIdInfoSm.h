@@ -1,0 +1,81 @@
+#pragma once
+// Stage 1, compiled: inverts the addresses each LDP peer advertised into the routers that
+// advertised each address.
+//
+// Rule: the output holds (address A, router R) exactly when R's input entry exists and its
+// address set holds A.
+//
+// Unlike the hand-written inversion, a router whose whole entry leaves the input withdraws all
+// its pairs at once (its child state machine's `doDeleteAll`), and stale output left from an
+// earlier life is reconciled once, at readiness, by the keys the scans touched.
+#include <tuple>
+
+#include "quill/flux/FluxKey.h"
+#include "quill/flux/FluxPattern.h"
+#include "quill/model/IpAddrRouterIdInfoColl.h"
+#include "quill/model/RouterIpAddrInfoColl.h"
+
+namespace Mpls {
+
+namespace FluxCode::IpAddrToRouterIdInfoSm {
+class InputSmScanState : public Vox::EntityBase<InputSmScanState> {
+ public:
+  VOX_VALUE_ATTRIBUTE(InputSmScanState, routerIpAddrSm0, bool, false)
+};
+using OutputState = Quill::Flux::OutputState;
+using Pipeline0KeyType =
+    Quill::Flux::FluxKey<"Mpls::IpAddrToRouterIdInfoSm::Pipeline0KeyType",
+                         Quill::Flux::FieldNames<"a0", "r1">, Vela::IpGenAddr, RouterId>;
+// One per router entry: its address set.
+using IpAddrSm1 = Quill::Flux::SetSm<RouterIpAddrInfo::ipAddrAttribute>;
+// The routers.
+using RouterIpAddrSm0 = Quill::Flux::CollSm<RouterIpAddrInfoColl::routerIpAddrAttribute, IpAddrSm1>;
+}  // namespace FluxCode::IpAddrToRouterIdInfoSm
+
+class IpAddrToRouterIdInfoSm
+    : public Quill::Flux::FluxPipeline<IpAddrToRouterIdInfoSm,
+                                       FluxCode::IpAddrToRouterIdInfoSm::Pipeline0KeyType,
+                                       FluxCode::IpAddrToRouterIdInfoSm::InputSmScanState> {
+ public:
+  static constexpr Quill::StaticName kQualifiedName = "Mpls::IpAddrToRouterIdInfoSm";
+  static constexpr Quill::StaticName kTraceHandleName = "IpAddrToRouterIdInfoSm";
+  using Pipeline0KeyType = FluxCode::IpAddrToRouterIdInfoSm::Pipeline0KeyType;
+  using RouterIpAddrSm0 = FluxCode::IpAddrToRouterIdInfoSm::RouterIpAddrSm0;
+
+  IpAddrToRouterIdInfoSm(const Vox::Ptr<const RouterIpAddrInfoColl>& routers,
+                         const Vox::Ptr<IpAddrRouterIdInfoColl>& addrs);
+  ~IpAddrToRouterIdInfoSm() override;
+
+  static Vox::Ptr<IpAddrToRouterIdInfoSm> IpAddrToRouterIdInfoSmIs(
+      const Vox::Ptr<const RouterIpAddrInfoColl>& routers,
+      const Vox::Ptr<IpAddrRouterIdInfoColl>& addrs) {
+    return create(routers, addrs);
+  }
+  auto constructorArguments() const { return std::tuple(routers_.ptr(), addrs_.ptr()); }
+
+  const Vox::Ptr<RouterIpAddrSm0>& routerIpAddrSm0() const { return routerIpAddrSm0_; }
+  void routerIpAddrSm0Del() { routerIpAddrSm0_ = nullptr; }
+
+  // One (router, address) element appeared or went.
+  void eventToPipeline0(const RouterId& routerId, const Vela::IpGenAddr& ipAddr,
+                        Quill::Flux::Presence present);
+
+  // The pipeline's hooks (see FluxPipeline).
+  void createInputStateMachines();
+  bool outputEmpty() const { return addrs_->ipAddrRouterIds() == 0; }
+  template <class F>
+  void forEachOutputElement(F f) const {
+    for (const auto [ipAddr, entry] : addrs_->ipAddrRouterIdColl()) {
+      for (const RouterId& routerId : entry.routerIdColl())
+        f(Pipeline0KeyType(ipAddr, routerId));
+    }
+  }
+  void removeOutputElement(const Pipeline0KeyType& key);
+
+ private:
+  Vox::Ptr<const RouterIpAddrInfoColl> routers_;
+  Vox::Ptr<IpAddrRouterIdInfoColl> addrs_;
+  Vox::Ptr<RouterIpAddrSm0> routerIpAddrSm0_;
+};
+
+}  // namespace Mpls

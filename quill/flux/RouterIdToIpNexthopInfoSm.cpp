@@ -1,0 +1,80 @@
+#include "quill/flux/RouterIdToIpNexthopInfoSm.h"
+
+namespace Mpls {
+
+using Quill::Flux::Presence;
+
+RouterIdToIpNexthopInfoSm::RouterIdToIpNexthopInfoSm(
+    const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterColl,
+    const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
+    const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthop)
+    : intfRouterColl_(intfRouterColl),
+      mplsIntfColl_(mplsIntfColl),
+      routerIpNexthop_(routerIpNexthop) {
+  handleInitialized();
+}
+
+RouterIdToIpNexthopInfoSm::~RouterIdToIpNexthopInfoSm() {
+  handleDelete();
+}
+
+void RouterIdToIpNexthopInfoSm::createInputStateMachines() {
+  // The interface set first: its scan already joins against the whole first input, and the
+  // later scan of that input delivers the same elements again, which changes nothing.
+  const IntfIdSm3::Config intfConfig{{"IntfIdSm3", "handleIntfId", "intfId", &traceHandle()}, true};
+  intfIdSm3_ = Vox::create<IntfIdSm3>(
+      mplsIntfColl_, this,
+      [this](const IntfIdSm3::Keys& keys, Presence present) {
+        eventToIntfStream(std::get<0>(keys), present);
+      },
+      intfConfig, [this] { inputSmScanState()->intfIdSm3Is(true); });
+  const IntfRouterNexthopSm0::Config config{
+      {"IntfRouterNexthopSm0", "handleIntfRouterNexthop", "intfRouterNexthop", &traceHandle()},
+      {{"RouterNexthopInfoSm1", "handleRouterNexthopInfo", "routerNexthopInfo", &traceHandle()},
+       {{"ViaSm2", "handleVia", "via", &traceHandle()}, true}}};
+  intfRouterNexthopSm0_ = Vox::create<IntfRouterNexthopSm0>(
+      intfRouterColl_, this,
+      [this](const IntfRouterNexthopSm0::Keys& keys, Presence present) {
+        eventToIntfRouterStream(std::get<0>(keys), std::get<1>(keys), std::get<2>(keys), present);
+      },
+      config, [this] { inputSmScanState()->intfRouterNexthopSm0Is(true); });
+  registerInput("intfRouterNexthopSm0", intfRouterNexthopSm0_);
+  registerInput("intfIdSm3", intfIdSm3_);
+}
+
+void RouterIdToIpNexthopInfoSm::eventToIntfRouterStream(Vela::IntfId intfId,
+                                                        const RouterId& routerId, const FibVia& via,
+                                                        Presence present) {
+  if (mplsIntfColl_->intfId(intfId)) eventToPipeline0(routerId, via, present);
+}
+
+void RouterIdToIpNexthopInfoSm::eventToIntfStream(Vela::IntfId intfId, Presence present) {
+  const auto intf = intfRouterColl_->intfRouterNexthop(intfId);
+  if (!intf) return;
+  for (const auto [routerId, router] : intf->routerNexthopInfoColl()) {
+    for (const FibVia& via : router.viaColl())
+      eventToPipeline0(routerId, via, present);
+  }
+}
+
+void RouterIdToIpNexthopInfoSm::eventToPipeline0(const RouterId& routerId, const FibVia& via,
+                                                 Presence present) {
+  const Pipeline0KeyType key(routerId, via.hop(), via);
+  notePipeline0(key);
+  if (present) {
+    routerIpNexthop_->routerIpNexthopIs(routerId)->ipNexthopInfoIs(via.hop())->viaIs(via);
+  } else {
+    removeOutputElement(key);
+  }
+}
+
+void RouterIdToIpNexthopInfoSm::removeOutputElement(const Pipeline0KeyType& key) {
+  const auto router = routerIpNexthop_->routerIpNexthop(key.get<0>());
+  const auto hop = router ? router->ipNexthopInfo(key.get<1>()) : nullptr;
+  if (!hop) return;
+  hop->viaDel(key.get<2>());
+  if (hop->vias() == 0) router->ipNexthopInfoDel(key.get<1>());
+  if (router->ipNexthopInfos() == 0) routerIpNexthop_->routerIpNexthopDel(key.get<0>());
+}
+
+}  // namespace Mpls

@@ -1,0 +1,98 @@
+#pragma once
+// Stage 4, compiled: keeps the router vias on MPLS interfaces, per router and next-hop address.
+//
+// Rule: the output holds (router R, address A, via V) exactly when some interface I is an MPLS
+// interface, V is in R's via set under I in the first input, and A is V's address. No group-by
+// and no reference count: each (router, via) reaches the output through V's own interface only,
+// since interface grouping lists a via only under its interface.
+#include <tuple>
+
+#include "quill/flux/FluxKey.h"
+#include "quill/flux/FluxPattern.h"
+#include "quill/model/IntfRouterNexthopInfoColl.h"
+#include "quill/model/MplsIntfColl.h"
+#include "quill/model/RouterIpNexthopInfoColl.h"
+
+namespace Mpls {
+
+namespace FluxCode::RouterIdToIpNexthopInfoSm {
+class InputSmScanState : public Vox::EntityBase<InputSmScanState> {
+ public:
+  VOX_VALUE_ATTRIBUTE(InputSmScanState, intfRouterNexthopSm0, bool, false)
+  VOX_VALUE_ATTRIBUTE(InputSmScanState, intfIdSm3, bool, false)
+};
+using OutputState = Quill::Flux::OutputState;
+using Pipeline0KeyType = Quill::Flux::FluxKey<"Mpls::RouterIdToIpNexthopInfoSm::Pipeline0KeyType",
+                                              Quill::Flux::FieldNames<"rid0", "via1", "via2">,
+                                              RouterId, Vela::IpGenAddr, FibVia>;
+using ViaSm2 = Quill::Flux::SetSm<RouterNexthopInfo::viaAttribute>;
+using RouterNexthopInfoSm1 =
+    Quill::Flux::CollSm<IntfRouterNexthopInfo::routerNexthopInfoAttribute, ViaSm2>;
+using IntfRouterNexthopSm0 =
+    Quill::Flux::CollSm<IntfRouterNexthopInfoColl::intfRouterNexthopAttribute,
+                        RouterNexthopInfoSm1>;
+using IntfIdSm3 = Quill::Flux::SetSm<MplsIntfColl::intfIdAttribute>;
+}  // namespace FluxCode::RouterIdToIpNexthopInfoSm
+
+class RouterIdToIpNexthopInfoSm
+    : public Quill::Flux::FluxPipeline<RouterIdToIpNexthopInfoSm,
+                                       FluxCode::RouterIdToIpNexthopInfoSm::Pipeline0KeyType,
+                                       FluxCode::RouterIdToIpNexthopInfoSm::InputSmScanState> {
+ public:
+  static constexpr Quill::StaticName kQualifiedName = "Mpls::RouterIdToIpNexthopInfoSm";
+  static constexpr Quill::StaticName kTraceHandleName = "RouterIdToIpNexthopInfoSm";
+  using Pipeline0KeyType = FluxCode::RouterIdToIpNexthopInfoSm::Pipeline0KeyType;
+  using IntfRouterNexthopSm0 = FluxCode::RouterIdToIpNexthopInfoSm::IntfRouterNexthopSm0;
+  using IntfIdSm3 = FluxCode::RouterIdToIpNexthopInfoSm::IntfIdSm3;
+
+  RouterIdToIpNexthopInfoSm(const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterColl,
+                            const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
+                            const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthop);
+  ~RouterIdToIpNexthopInfoSm() override;
+
+  static Vox::Ptr<RouterIdToIpNexthopInfoSm> RouterIdToIpNexthopInfoSmIs(
+      const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterColl,
+      const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
+      const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthop) {
+    return create(intfRouterColl, mplsIntfColl, routerIpNexthop);
+  }
+  auto constructorArguments() const {
+    return std::tuple(intfRouterColl_.ptr(), mplsIntfColl_.ptr(), routerIpNexthop_.ptr());
+  }
+
+  const Vox::Ptr<IntfRouterNexthopSm0>& intfRouterNexthopSm0() const {
+    return intfRouterNexthopSm0_;
+  }
+  void intfRouterNexthopSm0Del() { intfRouterNexthopSm0_ = nullptr; }
+  const Vox::Ptr<IntfIdSm3>& intfIdSm3() const { return intfIdSm3_; }
+  void intfIdSm3Del() { intfIdSm3_ = nullptr; }
+
+  // A via changed under an interface and router: passes only on MPLS interfaces.
+  void eventToIntfRouterStream(Vela::IntfId intfId, const RouterId& routerId, const FibVia& via,
+                               Quill::Flux::Presence present);
+  // An interface joined or left MPLS: brings in, or withdraws, every via under it.
+  void eventToIntfStream(Vela::IntfId intfId, Quill::Flux::Presence present);
+  void eventToPipeline0(const RouterId& routerId, const FibVia& via, Quill::Flux::Presence present);
+
+  void createInputStateMachines();
+  bool outputEmpty() const { return routerIpNexthop_->routerIpNexthops() == 0; }
+  template <class F>
+  void forEachOutputElement(F f) const {
+    for (const auto [routerId, router] : routerIpNexthop_->routerIpNexthopColl()) {
+      for (const auto [hop, vias] : router.ipNexthopInfoColl()) {
+        for (const FibVia& via : vias.viaColl())
+          f(Pipeline0KeyType(routerId, hop, via));
+      }
+    }
+  }
+  void removeOutputElement(const Pipeline0KeyType& key);
+
+ private:
+  Vox::Ptr<const IntfRouterNexthopInfoColl> intfRouterColl_;
+  Vox::Ptr<const MplsIntfColl> mplsIntfColl_;
+  Vox::Ptr<RouterIpNexthopInfoColl> routerIpNexthop_;
+  Vox::Ptr<IntfRouterNexthopSm0> intfRouterNexthopSm0_;
+  Vox::Ptr<IntfIdSm3> intfIdSm3_;
+};
+
+}  // namespace Mpls

@@ -1,0 +1,100 @@
+#include "quill/flux/RouterIdToNexthopInfoSm.h"
+
+namespace Mpls {
+
+using Quill::Flux::Presence;
+
+RouterIdToNexthopInfoSm::RouterIdToNexthopInfoSm(
+    const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipRouter,
+    const Vox::Ptr<const IpNexthopInfoColl>& ipNexthop,
+    const Vox::Ptr<RouterNexthopInfoColl>& routerNexthop)
+    : ipRouter_(ipRouter), ipNexthop_(ipNexthop), routerNexthop_(routerNexthop) {
+  handleInitialized();
+}
+
+RouterIdToNexthopInfoSm::~RouterIdToNexthopInfoSm() {
+  handleDelete();
+}
+
+void RouterIdToNexthopInfoSm::createInputStateMachines() {
+  // The next-hop side is scanned first; the router side's scan then joins against it.
+  const IpNexthopSm2::Config nexthopConfig{
+      {"IpNexthopSm2", "handleIpNexthop", "ipNexthop", &traceHandle()},
+      {{"ViaSm3", "handleVia", "via", &traceHandle()}, true}};
+  ipNexthopSm2_ = Vox::create<IpNexthopSm2>(
+      ipNexthop_, this,
+      [this](const IpNexthopSm2::Keys& keys, Presence present) {
+        eventToIpNextHopStream(std::get<0>(keys), std::get<1>(keys), present);
+      },
+      nexthopConfig, [this] { inputSmScanState()->ipNexthopSm2Is(true); });
+  const IpAddrRouterIdSm0::Config routerConfig{
+      {"IpAddrRouterIdSm0", "handleIpAddrRouterId", "ipAddrRouterId", &traceHandle()},
+      {{"RouterIdSm1", "handleRouterId", "routerId", &traceHandle()}, true}};
+  ipAddrRouterIdSm0_ = Vox::create<IpAddrRouterIdSm0>(
+      ipRouter_, this,
+      [this](const IpAddrRouterIdSm0::Keys& keys, Presence present) {
+        eventToIpRouterStream(std::get<0>(keys), std::get<1>(keys), present);
+      },
+      routerConfig, [this] { inputSmScanState()->ipAddrRouterIdSm0Is(true); });
+  registerInput("ipAddrRouterIdSm0", ipAddrRouterIdSm0_);
+  registerInput("ipNexthopSm2", ipNexthopSm2_);
+}
+
+Vox::Ptr<RouterIdToNexthopInfoSm::GroupByCollectionValueType0>
+RouterIdToNexthopInfoSm::groupByAttr0Is(const KeyType0& key) {
+  if (auto group = groupByAttr0(key)) return group;
+  auto group = Vox::create<GroupByCollectionValueType0>(key);
+  groupByAttr0_.insert(key, group);
+  return group;
+}
+
+void RouterIdToNexthopInfoSm::groupByAttr0DelAll() {
+  for (auto it = groupByAttr0_.begin(); it != groupByAttr0_.end(); ++it)
+    groupByAttr0_.erase(it.key());
+}
+
+void RouterIdToNexthopInfoSm::eventToIpRouterStream(const Vela::IpGenAddr& address,
+                                                    const RouterId& routerId, Presence present) {
+  const auto vias = ipNexthop_->ipNexthop(address);
+  if (!vias) return;
+  for (const FibVia& via : vias->viaColl())
+    eventToPipeline0(address, routerId, via, present);
+}
+
+void RouterIdToNexthopInfoSm::eventToIpNextHopStream(const Vela::IpGenAddr& address,
+                                                     const FibVia& via, Presence present) {
+  const auto routers = ipRouter_->ipAddrRouterId(address);
+  if (!routers) return;
+  for (const RouterId& routerId : routers->routerIdColl()) {
+    eventToPipeline0(address, routerId, via, present);
+  }
+}
+
+void RouterIdToNexthopInfoSm::eventToPipeline0(const Vela::IpGenAddr& address,
+                                               const RouterId& routerId, const FibVia& via,
+                                               Presence present) {
+  const KeyType0 groupKey(routerId, via);
+  const auto group = groupByAttr0Is(groupKey);
+  if (present) {
+    group->collIs(address);
+  } else {
+    group->collDel(address);
+    if (group->colls() == 0) groupByAttr0Del(groupKey);
+  }
+  const Pipeline0KeyType key(routerId, via);
+  notePipeline0(key);
+  if (group->colls() != 0) {
+    routerNexthop_->routerNexthopIs(routerId)->viaIs(via);  // again for every supporting address
+  } else {
+    removeOutputElement(key);
+  }
+}
+
+void RouterIdToNexthopInfoSm::removeOutputElement(const Pipeline0KeyType& key) {
+  const auto router = routerNexthop_->routerNexthop(key.get<0>());
+  if (!router) return;
+  router->viaDel(key.get<1>());
+  if (router->vias() == 0) routerNexthop_->routerNexthopDel(key.get<0>());
+}
+
+}  // namespace Mpls

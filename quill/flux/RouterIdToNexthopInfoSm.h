@@ -1,0 +1,122 @@
+#pragma once
+// Stage 2, compiled: joins routers per address with vias per address into vias per router.
+//
+// Rule: the output holds (router R, via V) exactly when some address A has R in its router set
+// (first input) and V in its via set (second input). Several addresses of a router may resolve
+// to the same via, so each (R, V) is reference-counted by the set of addresses that support it
+// (`groupByAttr0`): V stays with R while the set is non-empty. The join partner is always read
+// from the other input as it stands, and because the group is a set, a triple delivered from both
+// sides (as the two initial scans do) counts once.
+//
+// Unlike the hand-written stage, this one writes only the `via` set of each router entry, not its
+// `nexthopIpInfo` justifications (which no later stage reads).
+#include <tuple>
+
+#include "quill/flux/FluxKey.h"
+#include "quill/flux/FluxPattern.h"
+#include "quill/model/IpAddrRouterIdInfoColl.h"
+#include "quill/model/IpNexthopInfoColl.h"
+#include "quill/model/RouterNexthopInfoColl.h"
+
+namespace Mpls {
+
+namespace FluxCode::RouterIdToNexthopInfoSm {
+class InputSmScanState : public Vox::EntityBase<InputSmScanState> {
+ public:
+  VOX_VALUE_ATTRIBUTE(InputSmScanState, ipAddrRouterIdSm0, bool, false)
+  VOX_VALUE_ATTRIBUTE(InputSmScanState, ipNexthopSm2, bool, false)
+};
+using OutputState = Quill::Flux::OutputState;
+using Pipeline0KeyType =
+    Quill::Flux::FluxKey<"Mpls::RouterIdToNexthopInfoSm::Pipeline0KeyType",
+                         Quill::Flux::FieldNames<"routerId0", "fibVia1">, RouterId, FibVia>;
+using KeyType0 = Quill::Flux::FluxKey<"Mpls::RouterIdToNexthopInfoSm::KeyType0",
+                                      Quill::Flux::FieldNames<"attr0", "attr1">, RouterId, FibVia>;
+using RouterIdSm1 = Quill::Flux::SetSm<IpAddrRouterIdInfo::routerIdAttribute>;
+using IpAddrRouterIdSm0 =
+    Quill::Flux::CollSm<IpAddrRouterIdInfoColl::ipAddrRouterIdAttribute, RouterIdSm1>;
+using ViaSm3 = Quill::Flux::SetSm<IpNexthopInfo::viaAttribute>;
+using IpNexthopSm2 = Quill::Flux::CollSm<IpNexthopInfoColl::ipNexthopAttribute, ViaSm3>;
+}  // namespace FluxCode::RouterIdToNexthopInfoSm
+
+class RouterIdToNexthopInfoSm
+    : public Quill::Flux::FluxPipeline<RouterIdToNexthopInfoSm,
+                                       FluxCode::RouterIdToNexthopInfoSm::Pipeline0KeyType,
+                                       FluxCode::RouterIdToNexthopInfoSm::InputSmScanState> {
+ public:
+  static constexpr Quill::StaticName kQualifiedName = "Mpls::RouterIdToNexthopInfoSm";
+  static constexpr Quill::StaticName kTraceHandleName = "RouterIdToNexthopInfoSm";
+  using Pipeline0KeyType = FluxCode::RouterIdToNexthopInfoSm::Pipeline0KeyType;
+  using KeyType0 = FluxCode::RouterIdToNexthopInfoSm::KeyType0;
+  using IpAddrRouterIdSm0 = FluxCode::RouterIdToNexthopInfoSm::IpAddrRouterIdSm0;
+  using IpNexthopSm2 = FluxCode::RouterIdToNexthopInfoSm::IpNexthopSm2;
+
+  // The addresses that currently support one (router, via) pair.
+  class GroupByCollectionValueType0
+      : public Vox::KeyedEntity<GroupByCollectionValueType0, KeyType0> {
+   public:
+    explicit GroupByCollectionValueType0(const KeyType0& key) : KeyedEntity(key) {}
+    VOX_SET_ATTRIBUTE(GroupByCollectionValueType0, coll, Vela::IpGenAddr)
+  };
+
+  RouterIdToNexthopInfoSm(const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipRouter,
+                          const Vox::Ptr<const IpNexthopInfoColl>& ipNexthop,
+                          const Vox::Ptr<RouterNexthopInfoColl>& routerNexthop);
+  ~RouterIdToNexthopInfoSm() override;
+
+  static Vox::Ptr<RouterIdToNexthopInfoSm> RouterIdToNexthopInfoSmIs(
+      const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipRouter,
+      const Vox::Ptr<const IpNexthopInfoColl>& ipNexthop,
+      const Vox::Ptr<RouterNexthopInfoColl>& routerNexthop) {
+    return create(ipRouter, ipNexthop, routerNexthop);
+  }
+  auto constructorArguments() const {
+    return std::tuple(ipRouter_.ptr(), ipNexthop_.ptr(), routerNexthop_.ptr());
+  }
+
+  const Vox::Ptr<IpAddrRouterIdSm0>& ipAddrRouterIdSm0() const { return ipAddrRouterIdSm0_; }
+  void ipAddrRouterIdSm0Del() { ipAddrRouterIdSm0_ = nullptr; }
+  const Vox::Ptr<IpNexthopSm2>& ipNexthopSm2() const { return ipNexthopSm2_; }
+  void ipNexthopSm2Del() { ipNexthopSm2_ = nullptr; }
+
+  // The group of (router, via), created empty if absent.
+  Vox::Ptr<GroupByCollectionValueType0> groupByAttr0Is(const KeyType0& key);
+  Vox::Ptr<GroupByCollectionValueType0> groupByAttr0(const KeyType0& key) const {
+    const auto* group = groupByAttr0_.find(key);
+    return group ? *group : nullptr;
+  }
+  void groupByAttr0Del(const KeyType0& key) { groupByAttr0_.erase(key); }
+  void groupByAttr0DelAll();
+  std::size_t groupByAttr0s() const { return groupByAttr0_.size(); }
+
+  // A router of an address came or went: joined with the address's vias.
+  void eventToIpRouterStream(const Vela::IpGenAddr& address, const RouterId& routerId,
+                             Quill::Flux::Presence present);
+  // A via of an address came or went: joined with the address's routers.
+  void eventToIpNextHopStream(const Vela::IpGenAddr& address, const FibVia& via,
+                              Quill::Flux::Presence present);
+  void eventToPipeline0(const Vela::IpGenAddr& address, const RouterId& routerId, const FibVia& via,
+                        Quill::Flux::Presence present);
+
+  void createInputStateMachines();
+  bool outputEmpty() const { return routerNexthop_->routerNexthops() == 0; }
+  template <class F>
+  void forEachOutputElement(F f) const {
+    for (const auto [routerId, router] : routerNexthop_->routerNexthopColl()) {
+      for (const FibVia& via : router.viaColl())
+        f(Pipeline0KeyType(routerId, via));
+    }
+  }
+  void removeOutputElement(const Pipeline0KeyType& key);
+
+ private:
+  Vox::Ptr<const IpAddrRouterIdInfoColl> ipRouter_;
+  Vox::Ptr<const IpNexthopInfoColl> ipNexthop_;
+  Vox::Ptr<RouterNexthopInfoColl> routerNexthop_;
+  Vox::KeyedTable<KeyType0, Vox::Ptr<GroupByCollectionValueType0>, Vox::MemoryKind::kFlux>
+      groupByAttr0_;
+  Vox::Ptr<IpAddrRouterIdSm0> ipAddrRouterIdSm0_;
+  Vox::Ptr<IpNexthopSm2> ipNexthopSm2_;
+};
+
+}  // namespace Mpls
