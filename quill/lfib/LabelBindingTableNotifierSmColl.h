@@ -15,10 +15,15 @@ class LabelBindingTableNotifierSmColl : public Vox::NamedEntity<LabelBindingTabl
   // initialized) over it, replacing any other.
   Vox::Ptr<LabelBindingTableNotifierSm> notifierSmIs(
       const RouterId& routerId, const Vox::Ptr<const LabelBindingTable>& table);
+  // Removes the reactor of `routerId`'s table, silenced first: whoever still holds it no longer
+  // hears of the table.
   void notifierSmDel(const RouterId& routerId) {
+    if (const auto reactor = notifierSm(routerId)) reactor->hasNotificationActiveIs(false);
     notifierSm_.erase(*this, notifierSmAttribute::info, routerId);
   }
-  void notifierSmDelAll() { notifierSm_.eraseAll(*this, notifierSmAttribute::info); }
+  void notifierSmDelAll() {
+    for (auto it = notifierSm_.begin(); it != notifierSm_.end(); ++it) notifierSmDel(it.key());
+  }
   Vox::Ptr<LabelBindingTableNotifierSm> notifierSm(const RouterId& routerId) const {
     const auto* reactor = notifierSm_.find(routerId);
     return reactor ? *reactor : nullptr;
