@@ -1,0 +1,122 @@
+// Long random sequences of input changes through the whole agent, audited against every stage's
+// rule. The suite runs twice (see tests/CMakeLists.txt): with the compiled stages, which must
+// agree with the rules after every change, and with the hand-written ones, which may keep what an
+// input entity removed whole contributed until their next initialization, so they are audited
+// after every restart.
+#include <gtest/gtest.h>
+
+#include <cstdio>
+#include <map>
+#include <random>
+
+#include "quill/audit/PipelineAudit.h"
+#include "quill/core/Toggles.h"
+#include "tests/support/RandomWorld.h"
+
+namespace {
+
+bool allCompiled() {
+  return Mpls::toggleMplsFluxInversionEnabled() && Mpls::toggleMplsFluxConcatEnabled() &&
+         Mpls::toggleMplsFluxIntfRouterSmEnabled() && Mpls::toggleMplsFluxRouterIpNexthopEnabled();
+}
+
+Quill::AuditReport audit(const Sim::Agent& agent) {
+  const Quill::ResolutionTables tables{agent.nexthopConfig().ptr(), agent.nexthopStatus().ptr(),
+                                       agent.forwardingStatus().ptr()};
+  return Quill::auditPipeline(*agent.manager(), &tables);
+}
+
+TEST(PipelinePropertyTest, EveryStageFollowsItsRuleThroughRandomChanges) {
+  const bool auditEveryChange = allCompiled();
+  std::size_t audits = 0;
+  std::size_t elements = 0;
+  for (uint32_t seed = 1; seed <= 40; ++seed) {
+    std::mt19937_64 random(seed);
+    Sim::Agent agent;
+    QuillTest::RandomWorld world(agent);
+    std::vector<std::string> history;
+    for (int step = 0; step < 500; ++step) {
+      history.push_back(world.apply(static_cast<uint32_t>(random()), random()));
+      if (!auditEveryChange && !world.lastWasRestart()) continue;
+      const auto report = audit(agent);
+      ++audits;
+      elements += report.elementsChecked;
+      if (!report.ok()) {
+        std::string trail;
+        for (std::size_t i = history.size() > 12 ? history.size() - 12 : 0; i < history.size();
+             ++i) {
+          trail += "  " + history[i] + "\n";
+        }
+        FAIL() << "seed " << seed << " step " << step << ", last changes:\n"
+               << trail << report.text();
+      }
+    }
+    agent.restart();  // every sequence ends with an audit after a restart
+    ASSERT_TRUE(audit(agent).ok()) << "seed " << seed << " after the final restart";
+  }
+  EXPECT_GT(audits, 12u);
+  EXPECT_GT(elements, 1000u) << "the sequences built a non-trivial LFIB";
+  std::printf("audited %zu states (%zu elements compared) over 40 sequences of 500 changes\n",
+              audits, elements);
+}
+
+// When a router's filtered vias change by one via, FECs move only onto an added via, or only off
+// a removed one.
+TEST(PipelinePropertyTest, ViaChoicesMoveOnlyWhereTheyMust) {
+  using Choices = std::map<std::pair<std::string, std::string>, Mpls::FibVia>;
+  const auto choicesOf = [](const Sim::Agent& agent) {
+    Choices choices;
+    for (const auto [fec, entry] : agent.colls().fecRouterNexthop->fecRouterNexthopColl()) {
+      for (const auto [routerId, chosen] : entry.routerNexthopInfoColl()) {
+        choices.emplace(std::pair(fec.valueToStrep(), routerId.valueToStrep()),
+                        *chosen.viaColl().begin());
+      }
+    }
+    return choices;
+  };
+  const auto viasOf = [](const Sim::Agent& agent) {
+    std::map<std::string, std::set<std::string>> vias;
+    for (const auto [routerId, info] : agent.colls().filteredNexthop->routerNexthopColl()) {
+      for (const auto& via : info.viaColl())
+        vias[routerId.valueToStrep()].insert(via.valueToStrep());
+    }
+    return vias;
+  };
+  int checked = 0;
+  for (uint32_t seed = 100; seed < 106; ++seed) {
+    std::mt19937_64 random(seed);
+    Sim::Agent agent;
+    QuillTest::RandomWorld world(agent);
+    for (int step = 0; step < 400; ++step) {
+      const auto choicesBefore = choicesOf(agent);
+      const auto viasBefore = viasOf(agent);
+      const std::string change = world.apply(static_cast<uint32_t>(random()), random());
+      const auto choicesAfter = choicesOf(agent);
+      const auto viasAfter = viasOf(agent);
+      for (const auto& [pair, via] : choicesAfter) {
+        const auto before = choicesBefore.find(pair);
+        if (before == choicesBefore.end() || before->second == via) continue;
+        const auto& oldVias =
+            viasBefore.count(pair.second) ? viasBefore.at(pair.second) : std::set<std::string>{};
+        const auto& newVias = viasAfter.at(pair.second);
+        std::vector<std::string> added, removed;
+        std::set_difference(newVias.begin(), newVias.end(), oldVias.begin(), oldVias.end(),
+                            std::back_inserter(added));
+        std::set_difference(oldVias.begin(), oldVias.end(), newVias.begin(), newVias.end(),
+                            std::back_inserter(removed));
+        if (added.size() + removed.size() != 1) continue;  // several vias changed at once
+        ++checked;
+        if (added.size() == 1) {
+          EXPECT_EQ(via.valueToStrep(), added[0])
+              << change << ": " << pair.first << " moved elsewhere";
+        } else {
+          EXPECT_EQ(before->second.valueToStrep(), removed[0])
+              << change << ": " << pair.first << " left a via that stayed";
+        }
+      }
+    }
+  }
+  EXPECT_GT(checked, 10);
+}
+
+}  // namespace
