@@ -45,7 +45,7 @@ class Memory {
   }
   static void deallocate(void* p, std::size_t bytes, MemoryKind kind) noexcept {
     counter(kind).fetch_sub(static_cast<int64_t>(bytes), std::memory_order_relaxed);
-    ::operator delete(p, bytes);
+    ::operator delete(p);
   }
 
  private:

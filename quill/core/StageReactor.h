@@ -29,7 +29,6 @@
 // The constructor of a stage stores its inputs and output, creates its observers (which create
 // the per-key reactors of members already present) and ends by calling `handleInitialized()`, so
 // a reactor created late catches up with its inputs at once.
-#include <source_location>
 #include <string>
 #include <utility>
 
@@ -40,6 +39,16 @@
 #include "quill/core/StaticName.h"
 
 namespace Quill {
+
+// Where a call was made, taken as a default argument. (Like std::source_location, which not
+// every compiler the project supports provides yet.)
+struct CallSite {
+  const char* file;
+  int line;
+  static constexpr CallSite here(const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
+    return {file, line};
+  }
+};
 
 template <class Derived>
 class StageReactor : public Vox::Reactor {
@@ -68,7 +77,7 @@ class StageReactor : public Vox::Reactor {
   // The first step of `handleInitialized`: the level-8 record, the block timer (running until
   // the returned scope ends) and `initialized` set.
   [[nodiscard]] LifecycleScope enterHandleInitialized(
-      std::source_location where = std::source_location::current()) {
+      CallSite where = CallSite::here()) {
     traceLifecycle("handleInitialized", where);
     initializedIs(true);
     return LifecycleScope(handleInitializedSite());
@@ -76,14 +85,14 @@ class StageReactor : public Vox::Reactor {
   // The same without setting `initialized`, for reactors that set it once their inputs are
   // scanned.
   [[nodiscard]] LifecycleScope traceHandleInitialized(
-      std::source_location where = std::source_location::current()) {
+      CallSite where = CallSite::here()) {
     traceLifecycle("handleInitialized", where);
     return LifecycleScope(handleInitializedSite());
   }
 
   // The whole of `handleDelete`: the level-8 record and the binary-trace record under a block
   // timer, then `initialized` cleared.
-  void leaveInitialized(std::source_location where = std::source_location::current()) {
+  void leaveInitialized(CallSite where = CallSite::here()) {
     static constexpr auto kName = Derived::kQualifiedName + StaticName("::handleDelete");
     static constinit Rapidlog::Site site{kName.c_str()};
     const LifecycleScope scope(site);
@@ -106,9 +115,9 @@ class StageReactor : public Vox::Reactor {
       return StaticName("Quill") + unqualified<Derived::kQualifiedName>();
     }
   }
-  static void traceLifecycle(const char* handler, const std::source_location& where) {
+  static void traceLifecycle(const char* handler, const CallSite& where) {
     if (traceHandle().enabled(8)) [[unlikely]] {
-      traceHandle().write(8, where.file_name(), static_cast<int>(where.line()),
+      traceHandle().write(8, where.file, where.line,
                           std::string(Derived::kQualifiedName.view()) + "::" + handler + "()");
     }
   }

@@ -105,7 +105,7 @@ class InputSm : public Flx::Gen::InputStateMachine {
   InputSm(const Vox::Ptr<const En>& en, const void* parent, const SmIdentity& identity,
           std::function<void()> onScanComplete)
       : en_(en), parent_(parent), identity_(identity), onScanComplete_(std::move(onScanComplete)) {
-    observer_.owner = static_cast<Derived*>(this);
+    observer_.owner = this;
     observer_.notifierIs(en_);
     observer_.hasNotificationActiveIs(true);
   }
@@ -126,12 +126,14 @@ class InputSm : public Flx::Gen::InputStateMachine {
   }
 
   // VoxEn: follows the watched attribute of `en` and hands each changed key to the machine.
+  // (It holds the base, not `Derived`, since it is wired up before `Derived` is constructed.)
   struct VoxEn : En::NotifieeConst {
     void onAttribute(const Vox::AttributeInfo& attr, const void* key) override {
-      if (const auto* changed = Attr::match(attr, key)) owner->handleKey(*changed);
+      if (const auto* changed = Attr::match(attr, key)) owner->watchedKeyChanged(*changed);
     }
-    Derived* owner = nullptr;
+    InputSm* owner = nullptr;
   };
+  void watchedKeyChanged(const Key& key) { static_cast<Derived*>(this)->handleKey(key); }
 
   Vox::Ptr<const En> en_;
   const void* parent_;

@@ -11,7 +11,7 @@
 
 #include "quill/audit/PipelineAudit.h"
 #include "quill/core/Toggles.h"
-#include "tests/support/RandomWorld.h"
+#include "sim/RandomWorld.h"
 
 namespace {
 
@@ -33,7 +33,7 @@ TEST(PipelinePropertyTest, EveryStageFollowsItsRuleThroughRandomChanges) {
   for (uint32_t seed = 1; seed <= 40; ++seed) {
     std::mt19937_64 random(seed);
     Sim::Agent agent;
-    QuillTest::RandomWorld world(agent);
+    Sim::RandomWorld world(agent);
     std::vector<std::string> history;
     for (int step = 0; step < 500; ++step) {
       history.push_back(world.apply(static_cast<uint32_t>(random()), random()));
@@ -86,7 +86,7 @@ TEST(PipelinePropertyTest, ViaChoicesMoveOnlyWhereTheyMust) {
   for (uint32_t seed = 100; seed < 106; ++seed) {
     std::mt19937_64 random(seed);
     Sim::Agent agent;
-    QuillTest::RandomWorld world(agent);
+    Sim::RandomWorld world(agent);
     for (int step = 0; step < 400; ++step) {
       const auto choicesBefore = choicesOf(agent);
       const auto viasBefore = viasOf(agent);

@@ -8,7 +8,7 @@
 
 #include "sim/Agent.h"
 
-namespace QuillTest {
+namespace Sim {
 
 class RandomWorld {
  public:
@@ -26,4 +26,4 @@ class RandomWorld {
   bool lastWasRestart_ = false;
 };
 
-}  // namespace QuillTest
+}  // namespace Sim

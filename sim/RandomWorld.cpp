@@ -1,8 +1,8 @@
-#include "tests/support/RandomWorld.h"
+#include "sim/RandomWorld.h"
 
 #include <vector>
 
-namespace QuillTest {
+namespace Sim {
 
 namespace {
 
@@ -144,4 +144,4 @@ std::string RandomWorld::apply(uint32_t choice, uint64_t detail) {
   }
 }
 
-}  // namespace QuillTest
+}  // namespace Sim
