@@ -76,16 +76,14 @@ class StageReactor : public Vox::Reactor {
 
   // The first step of `handleInitialized`: the level-8 record, the block timer (running until
   // the returned scope ends) and `initialized` set.
-  [[nodiscard]] LifecycleScope enterHandleInitialized(
-      CallSite where = CallSite::here()) {
+  [[nodiscard]] LifecycleScope enterHandleInitialized(CallSite where = CallSite::here()) {
     traceLifecycle("handleInitialized", where);
     initializedIs(true);
     return LifecycleScope(handleInitializedSite());
   }
   // The same without setting `initialized`, for reactors that set it once their inputs are
   // scanned.
-  [[nodiscard]] LifecycleScope traceHandleInitialized(
-      CallSite where = CallSite::here()) {
+  [[nodiscard]] LifecycleScope traceHandleInitialized(CallSite where = CallSite::here()) {
     traceLifecycle("handleInitialized", where);
     return LifecycleScope(handleInitializedSite());
   }
