@@ -93,7 +93,12 @@ class EntityCollAttribute {
 
    public:
     explicit Iterator(TableIterator it) : it_(std::move(it)) {}
-    std::pair<const Key&, MemberRef> operator*() const { return {it_.key(), *it_.value()}; }
+    // The member stays alive while the iterator stands on it, even if the loop body removes it
+    // from the collection (and with it the collection's reference).
+    std::pair<const Key&, MemberRef> operator*() const {
+      current_ = it_.value();
+      return {it_.key(), *current_};
+    }
     const Key& key() const { return it_.key(); }
     Ptr<std::conditional_t<Const, const Member, Member>> member() const { return it_.value(); }
     Iterator& operator++() {
@@ -104,6 +109,7 @@ class EntityCollAttribute {
 
    private:
     TableIterator it_;
+    mutable Ptr<Member> current_;
   };
 
   Iterator<true> begin() const { return Iterator<true>(table_.begin()); }

@@ -158,6 +158,24 @@ TEST_F(EntityTest, AnObserversExceptionReachesTheWriterAndLeavesTheListConsisten
   EXPECT_EQ(victim.calls, 0);
 }
 
+TEST_F(EntityTest, AMemberRemovedInsideTheLoopThatVisitsItStaysUsable) {
+  for (uint32_t v = 0; v < 4; ++v) {
+    auto item = coll->itemIs({v});
+    item->tagIs({1});
+    item->tagIs({2});
+  }
+  int tagsSeen = 0;
+  for (const auto [key, item] : coll->itemColl()) {
+    for (const TestKey& tag : item.tagColl()) {
+      ++tagsSeen;
+      coll->itemDel(key);  // drops the collection's reference to `item` mid-iteration
+      EXPECT_TRUE(tag.value == 1 || tag.value == 2);
+    }
+  }
+  EXPECT_EQ(tagsSeen, 8);
+  EXPECT_EQ(coll->items(), 0u);
+}
+
 TEST(EntityLifetimeTest, EntityOutlivesDeliveryWhenAnObserverDropsTheLastReference) {
   Vox::Ptr<TestColl> coll = Vox::create<TestColl>();
   Actor dropper;
