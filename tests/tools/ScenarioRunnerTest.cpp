@@ -60,6 +60,7 @@ TEST_F(ScenarioRunnerTest, AMalformedLineChangesNothing) {
       "peer-table 2.2.2.2:0 drop please",
       "filtered-fec 2.2.2.2:0 p2mp/1.1.1.1/0100040000002a add true",
       "restart twice",
+      "audit now",
       "show lfib json now",
       "Transport 2.2.2.2:0 drop",
   };

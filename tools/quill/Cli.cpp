@@ -131,7 +131,8 @@ std::string runHelp() {
   text +=
       "Runs the scenario files in order against one agent ('-' reads standard input). At the\n"
       "first bad line it prints FILE:LINE, the line and what was expected, applies nothing of\n"
-      "that line and stops with exit status 2.\n\n";
+      "that line and stops with exit status 2. When an 'audit' found differences the exit\n"
+      "status is 1.\n\n";
   return text + agentOptionsHelp();
 }
 
@@ -301,7 +302,7 @@ int runCommand(const std::vector<std::string>& args) {
     const std::string source = options.files[index] == "-" ? "<stdin>" : options.files[index];
     if (!runner.runStream(in, source, true)) return kExitUsage;
   }
-  return kExitOk;
+  return runner.auditFailed() ? kExitAuditFailed : kExitOk;
 }
 
 int shellCommand(const std::vector<std::string>& args) {

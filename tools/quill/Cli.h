@@ -12,6 +12,8 @@ namespace QuillTool {
 // Exit statuses.
 inline constexpr int kExitOk = 0;
 inline constexpr int kExitUsage = 2;
+// `run` when an `audit` command found differences between a stage and its rule.
+inline constexpr int kExitAuditFailed = 1;
 
 // Runs `quill` with the arguments after the program name; returns the exit status.
 int runQuill(const std::vector<std::string>& args);

@@ -195,6 +195,11 @@ Command parseRestart(Words& words) {
   return RestartCommand{};
 }
 
+Command parseAudit(Words& words) {
+  words.end();
+  return AuditCommand{};
+}
+
 Command parseShow(Words& words) {
   ShowCommand command;
   const std::string_view table = words.take("TABLE");
@@ -239,6 +244,9 @@ constexpr std::array kSyntax{
            &parseFilteredFec},
     Syntax{"restart", "restart", "stops and starts the agent over the state it left",
            &parseRestart},
+    Syntax{"audit", "audit",
+           "recomputes every stage from its rule; prints \"audit: ok\" or the differences",
+           &parseAudit},
     Syntax{"show", "show TABLE [json]", "prints a table (see the list of tables)", &parseShow},
 };
 

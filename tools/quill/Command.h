@@ -89,6 +89,8 @@ struct FilteredFecCommand {
 
 struct RestartCommand {};
 
+struct AuditCommand {};
+
 struct ShowCommand {
   std::string table;
   bool json = false;
@@ -96,7 +98,7 @@ struct ShowCommand {
 
 using Command = std::variant<AddressCommand, MplsIntfCommand, RouteCommand, LocalBindingCommand,
                              PeerBindingCommand, PeerTableDropCommand, FilteredFecCommand,
-                             RestartCommand, ShowCommand>;
+                             RestartCommand, AuditCommand, ShowCommand>;
 
 // Why a line is not a command: `what` says what is wrong, `expected()` the form the command
 // takes (its usage line, or the list of commands when the command itself is unknown).

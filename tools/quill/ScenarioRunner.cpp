@@ -1,5 +1,7 @@
 #include "tools/quill/ScenarioRunner.h"
 
+#include "quill/audit/PipelineAudit.h"
+
 #include <string>
 #include <vector>
 
@@ -111,6 +113,14 @@ void ScenarioRunner::apply(const Command& command) {
           [&](const PeerTableDropCommand& c) { agent_.peerTableDrop(c.routerId); },
           [&](const FilteredFecCommand& c) { applyFilteredFec(colls, c); },
           [&](const RestartCommand&) { agent_.restart(); },
+          [&](const AuditCommand&) {
+            const Quill::ResolutionTables tables{agent_.nexthopConfig().ptr(),
+                                                 agent_.nexthopStatus().ptr(),
+                                                 agent_.forwardingStatus().ptr()};
+            const Quill::AuditReport report = Quill::auditPipeline(*agent_.manager(), &tables);
+            auditFailed_ = auditFailed_ || !report.ok();
+            out_ << report.text();
+          },
           [&](const ShowCommand& c) { showTable(agent_, c.table, c.json || options_.json, out_); },
       },
       command);

@@ -40,12 +40,16 @@ class ScenarioRunner {
 
   void apply(const Command& command);
 
+  // Whether an `audit` command found differences.
+  bool auditFailed() const { return auditFailed_; }
+
  private:
   void report(std::string_view source, std::size_t lineNumber, std::string_view line,
               std::string_view what, std::string_view expected);
   void reportServiceErrors(std::string_view source, std::size_t lineNumber);
 
   Sim::Agent& agent_;
+  bool auditFailed_ = false;
   Options options_;
   std::ostream& out_;
   std::ostream& err_;
