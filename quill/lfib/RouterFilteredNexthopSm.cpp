@@ -1,6 +1,7 @@
 #include "quill/lfib/RouterFilteredNexthopSm.h"
 
 #include "quill/core/TraceFormat.h"
+#include "quill/model/RouterViaJustification.h"
 
 namespace Mpls {
 
@@ -29,21 +30,12 @@ void RouterFilteredNexthopSm::processRouterIpVia(const RouterId& routerId,
   const auto nexthops = routerIpNexthopInfoColl_->routerIpNexthop(routerId);
   const auto hop = nexthops ? nexthops->ipNexthopInfo(ipAddr) : nullptr;
   const auto addrs = routerIpAddrInfoColl_->routerIpAddr(routerId);
+  const auto noCheck = [](const RouterNexthopInfo&) {};
   if (hop && hop->via(via) && addrs && addrs->ipAddr(ipAddr)) {
-    const auto router = routerNexthopInfoColl_->routerNexthopIs(routerId);
-    router->nexthopIpInfoIs(via)->destIpIs(ipAddr);
-    router->viaIs(via);
-    return;
+    justifyRouterVia(*routerNexthopInfoColl_, routerId, via, ipAddr, noCheck);
+  } else {
+    withdrawRouterViaJustification(*routerNexthopInfoColl_, routerId, via, ipAddr, noCheck);
   }
-  const auto router = routerNexthopInfoColl_->routerNexthop(routerId);
-  if (!router) return;
-  const auto justification = router->nexthopIpInfo(via);
-  if (!justification) return;
-  justification->destIpDel(ipAddr);
-  if (justification->destIps() != 0) return;
-  router->nexthopIpInfoDel(via);
-  router->viaDel(via);
-  if (router->vias() == 0) routerNexthopInfoColl_->routerNexthopDel(routerId);
 }
 
 void RouterFilteredNexthopSm::handleRouterIpAddr(const RouterId& routerId,

@@ -1,5 +1,7 @@
 #include "quill/nexthop/RouterNexthopInfoSm.h"
 
+#include "quill/model/RouterViaJustification.h"
+
 namespace Mpls {
 
 namespace {
@@ -31,22 +33,11 @@ void RouterNexthopInfoSm::processRouterNexthopIp(const RouterId& routerId, const
   const auto routers = ipAddrRouterIdInfoColl_->ipAddrRouterId(ipAddr);
   const auto vias = ipNexthopInfoColl_->ipNexthop(ipAddr);
   if (routers && routers->routerId(routerId) && vias && vias->via(via)) {
-    const auto router = routerNexthopInfoColl_->routerNexthopIs(routerId);
-    router->nexthopIpInfoIs(via)->destIpIs(ipAddr);
-    router->viaIs(via);
-    assertViasMatchJustifications(*router);
-    return;
+    justifyRouterVia(*routerNexthopInfoColl_, routerId, via, ipAddr, assertViasMatchJustifications);
+  } else {
+    withdrawRouterViaJustification(*routerNexthopInfoColl_, routerId, via, ipAddr,
+                                   assertViasMatchJustifications);
   }
-  const auto router = routerNexthopInfoColl_->routerNexthop(routerId);
-  if (!router) return;
-  const auto justification = router->nexthopIpInfo(via);
-  if (!justification) return;
-  justification->destIpDel(ipAddr);
-  if (justification->destIps() != 0) return;  // other addresses still use the via
-  router->nexthopIpInfoDel(via);
-  router->viaDel(via);
-  assertViasMatchJustifications(*router);
-  if (router->vias() == 0) routerNexthopInfoColl_->routerNexthopDel(routerId);
 }
 
 void RouterNexthopInfoSm::handleIpAddrRouterId(const Vela::IpGenAddr& ipAddr,
