@@ -224,33 +224,34 @@ class ValueMapAttribute {
     __VA_ARGS__                                                                      \
   };
 
-#define VOX_SET_ATTRIBUTE(Owner, name, KeyType)                                                    \
- public:                                                                                           \
-  VOX_ATTRIBUTE_DESCRIPTOR(                                                                        \
-      Owner, name, KeyType,                                                                        \
-      static const ::Vox::KeyedSet<KeyType>& of(const Owner& owner) { return owner.name##_.coll(); }) \
-  bool name(const KeyType& key) const {                                                            \
-    return name##_.contains(key);                                                                  \
-  }                                                                                                \
-  std::size_t name##s() const {                                                                    \
-    return name##_.size();                                                                         \
-  }                                                                                                \
-  const ::Vox::KeyedSet<KeyType>& name##Coll() const {                                             \
-    return name##_.coll();                                                                         \
-  }                                                                                                \
-  void name##Is(const KeyType& key) {                                                              \
-    name##_.insert(*this, name##Attribute::info, key);                                             \
-  }                                                                                                \
-  void name##Del(const KeyType& key) {                                                             \
-    name##_.erase(*this, name##Attribute::info, key);                                              \
-  }                                                                                                \
-  void name##DelAll() {                                                                            \
-    name##_.eraseAll(*this, name##Attribute::info);                                                \
-  }                                                                                                \
-                                                                                                   \
- private:                                                                                          \
-  ::Vox::SetAttribute<KeyType> name##_;                                                            \
-                                                                                                   \
+#define VOX_SET_ATTRIBUTE(Owner, name, KeyType)                                             \
+ public:                                                                                    \
+  VOX_ATTRIBUTE_DESCRIPTOR(                                                                 \
+      Owner, name, KeyType, static const ::Vox::KeyedSet<KeyType>& of(const Owner& owner) { \
+        return owner.name##_.coll();                                                        \
+      })                                                                                    \
+  bool name(const KeyType& key) const {                                                     \
+    return name##_.contains(key);                                                           \
+  }                                                                                         \
+  std::size_t name##s() const {                                                             \
+    return name##_.size();                                                                  \
+  }                                                                                         \
+  const ::Vox::KeyedSet<KeyType>& name##Coll() const {                                      \
+    return name##_.coll();                                                                  \
+  }                                                                                         \
+  void name##Is(const KeyType& key) {                                                       \
+    name##_.insert(*this, name##Attribute::info, key);                                      \
+  }                                                                                         \
+  void name##Del(const KeyType& key) {                                                      \
+    name##_.erase(*this, name##Attribute::info, key);                                       \
+  }                                                                                         \
+  void name##DelAll() {                                                                     \
+    name##_.eraseAll(*this, name##Attribute::info);                                         \
+  }                                                                                         \
+                                                                                            \
+ private:                                                                                   \
+  ::Vox::SetAttribute<KeyType> name##_;                                                     \
+                                                                                            \
  public:
 
 #define VOX_ENTITY_COLL_ATTRIBUTE(Owner, name, KeyType, MemberType)                          \

@@ -22,7 +22,8 @@ class LabelBindingTableNotifierSmColl : public Vox::NamedEntity<LabelBindingTabl
     notifierSm_.erase(*this, notifierSmAttribute::info, routerId);
   }
   void notifierSmDelAll() {
-    for (auto it = notifierSm_.begin(); it != notifierSm_.end(); ++it) notifierSmDel(it.key());
+    for (auto it = notifierSm_.begin(); it != notifierSm_.end(); ++it)
+      notifierSmDel(it.key());
   }
   Vox::Ptr<LabelBindingTableNotifierSm> notifierSm(const RouterId& routerId) const {
     const auto* reactor = notifierSm_.find(routerId);
