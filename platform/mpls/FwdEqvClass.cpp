@@ -21,6 +21,7 @@ constexpr std::size_t kTlvHeaderSize = 3;
 FwdEqvClass::FwdEqvClass(const Vela::IpGenAddr& root, std::string opaque)
     : root_(root), opaque_(std::move(opaque)) {
   VOX_ASSERT(opaqueDefect(opaque_).empty(), "well-formed opaque value");
+  hash0_ = computeHash(0);
 }
 
 FwdEqvClass::FwdEqvClass(Vox::AttrLogReader& in) : FwdEqvClass(fromLog(in)) {}
@@ -61,7 +62,7 @@ std::string FwdEqvClass::opaqueDefect(std::string_view opaque) {
   return "";
 }
 
-uint32_t FwdEqvClass::hash(uint32_t seed) const {
+uint32_t FwdEqvClass::computeHash(uint32_t seed) const {
   const auto& rootBytes = root_.ip6Addr().bytes();
   return Vox::Hash(seed)
       .hashMix(static_cast<uint32_t>(root_.family()))

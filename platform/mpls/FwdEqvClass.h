@@ -29,7 +29,7 @@ namespace Mpls {
 
 class FwdEqvClass {
  public:
-  FwdEqvClass() = default;
+  FwdEqvClass() : hash0_(computeHash(0)) {}
   // Precondition (fatal otherwise): opaqueDefect(opaque) is empty.
   FwdEqvClass(const Vela::IpGenAddr& root, std::string opaque);
   // Throws Vox::LogStreamError on truncated input or a malformed opaque value.
@@ -44,8 +44,18 @@ class FwdEqvClass {
   const Vela::IpGenAddr& root() const { return root_; }
   const std::string& opaque() const { return opaque_; }
 
-  auto operator<=>(const FwdEqvClass&) const = default;
-  uint32_t hash(uint32_t seed) const;
+  // Equality and order are the root's, then the opaque bytes'; the cached hash only rejects
+  // unequal values early.
+  bool operator==(const FwdEqvClass& other) const {
+    return hash0_ == other.hash0_ && root_ == other.root_ && opaque_ == other.opaque_;
+  }
+  std::strong_ordering operator<=>(const FwdEqvClass& other) const {
+    if (const auto byRoot = root_ <=> other.root_; byRoot != 0) return byRoot;
+    return opaque_ <=> other.opaque_;
+  }
+  // Every table keyed by a FEC hashes it with seed 0, and a FEC is copied into many of them:
+  // that hash is computed once, at construction.
+  uint32_t hash(uint32_t seed) const { return seed == 0 ? hash0_ : computeHash(seed); }
 
   std::string valueToStrep() const;
   friend std::ostream& operator<<(std::ostream& os, const FwdEqvClass& fec);
@@ -54,9 +64,11 @@ class FwdEqvClass {
 
  private:
   static FwdEqvClass fromLog(Vox::AttrLogReader& in);
+  uint32_t computeHash(uint32_t seed) const;
 
   Vela::IpGenAddr root_;
   std::string opaque_;
+  uint32_t hash0_;
 };
 
 }  // namespace Mpls

@@ -46,14 +46,25 @@ void FecRouterNexthopInfoSm::handleRouterNexthop(const RouterId& routerId, const
 
 void FecRouterNexthopInfoSm::handleRouterFec(const RouterId& routerId, const FwdEqvClass& fec) {
   VOX_ASSERT(initialized(), "initialized()");
-  QUILL_TRACE_FUNC(TraceRouterId{routerId}, fec);
-  const auto table = labelBindingTableColl_->bindingTable(routerId);
-  const auto routerNexthop = routerNexthopInfoColl_->routerNexthop(routerId);
-  const auto ring = fecViaConsistentHashColl_->consistentHash(routerId);
-  if (table && table->binding(fec) && routerNexthop && routerNexthop->vias() != 0 && ring) {
+  chooseVia(routerId, fec, routerState(routerId));
+}
+
+FecRouterNexthopInfoSm::RouterState FecRouterNexthopInfoSm::routerState(
+    const RouterId& routerId) const {
+  return {labelBindingTableColl_->bindingTable(routerId),
+          routerNexthopInfoColl_->routerNexthop(routerId),
+          fecViaConsistentHashColl_->consistentHash(routerId)};
+}
+
+void FecRouterNexthopInfoSm::chooseVia(const RouterId& routerId, const FwdEqvClass& fec,
+                                       const RouterState& router) {
+  VOX_TRACE_FUNC(traceHandle(), "Mpls::FecRouterNexthopInfoSm::handleRouterFec",
+                 TraceRouterId{routerId}, fec);
+  if (router.table && router.table->binding(fec) && router.vias && router.vias->vias() != 0 &&
+      router.ring) {
     const auto chosen =
         fecRouterNexthopInfoColl_->fecRouterNexthopIs(fec)->routerNexthopInfoIs(routerId);
-    const FibVia via = ring->ch()->getNode(fec);
+    const FibVia via = router.ring->ch()->getNode(fec);
     chosen->viaIs(via);  // before the old via goes: the entry is never without one
     for (const FibVia& previous : chosen->viaColl()) {
       if (!(previous == via)) chosen->viaDel(previous);

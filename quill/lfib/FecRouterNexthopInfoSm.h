@@ -102,6 +102,16 @@ class FecRouterNexthopInfoSm : public Quill::StageReactor<FecRouterNexthopInfoSm
   void routerNexthopDelAll() { routerNexthop_.delAll(); }
 
  private:
+  // What choosing a via for one of a router's FECs reads of the router.
+  struct RouterState {
+    Vox::Ptr<const LabelBindingTable> table;
+    Vox::Ptr<const RouterNexthopInfo> vias;
+    Vox::Ptr<ConsistentHashInfo> ring;
+  };
+  RouterState routerState(const RouterId& routerId) const;
+  // The body of `handleRouterFec`, given the router's state.
+  void chooseVia(const RouterId& routerId, const FwdEqvClass& fec, const RouterState& router);
+
   Vox::Ptr<const LabelBindingTableColl> labelBindingTableColl_;
   Vox::Ptr<const RouterNexthopInfoColl> routerNexthopInfoColl_;
   Vox::Ptr<FecRouterNexthopInfoColl> fecRouterNexthopInfoColl_;
