@@ -62,18 +62,18 @@ bool expandPid(std::string_view pattern, std::string& out) {
 }
 
 // "4096", "64K", "64M", "1G" (binary multiples, either case).
-bool parseSize(std::string_view spec, uint64_t& out) {
+bool parseSize(std::string_view text, uint64_t& out) {
   uint64_t value = 0;
   std::size_t i = 0;
-  for (; i < spec.size() && spec[i] >= '0' && spec[i] <= '9'; ++i) {
-    const auto digit = static_cast<uint64_t>(spec[i] - '0');
+  for (; i < text.size() && text[i] >= '0' && text[i] <= '9'; ++i) {
+    const auto digit = static_cast<uint64_t>(text[i] - '0');
     if (value > (UINT64_MAX - digit) / 10) return false;
     value = value * 10 + digit;
   }
   if (i == 0) return false;
   int shift = 0;
-  if (i < spec.size()) {
-    switch (spec[i]) {
+  if (i < text.size()) {
+    switch (text[i]) {
       case 'K':
       case 'k':
         shift = 10;
@@ -91,7 +91,7 @@ bool parseSize(std::string_view spec, uint64_t& out) {
     }
     ++i;
   }
-  if (i != spec.size() || value > (UINT64_MAX >> shift)) return false;
+  if (i != text.size() || value > (UINT64_MAX >> shift)) return false;
   out = value << shift;
   return true;
 }

@@ -69,7 +69,7 @@ void refreshEnvironment(State& s) {
   s.lastEnvText = std::string(text);
   s.envToggles.clear();
   try {
-    for (auto& [name, value] : parseToggleSpec(text))
+    for (auto& [name, value] : parseToggleList(text))
       s.envToggles.emplace(std::move(name), value);
   } catch (const Vox::ParseError& error) {
     s.envToggles.clear();
@@ -79,19 +79,19 @@ void refreshEnvironment(State& s) {
 
 }  // namespace
 
-std::vector<std::pair<std::string, bool>> parseToggleSpec(std::string_view spec) {
+std::vector<std::pair<std::string, bool>> parseToggleList(std::string_view text) {
   std::vector<std::pair<std::string, bool>> toggles;
-  if (spec.empty()) return toggles;
+  if (text.empty()) return toggles;
   std::size_t begin = 0;
   for (;;) {
-    const auto comma = spec.find(',', begin);
-    const std::string_view entry = spec.substr(
+    const auto comma = text.find(',', begin);
+    const std::string_view entry = text.substr(
         begin, comma == std::string_view::npos ? std::string_view::npos : comma - begin);
-    if (entry.empty()) throw Vox::ParseError(kListType, spec, "no empty entries");
+    if (entry.empty()) throw Vox::ParseError(kListType, text, "no empty entries");
     auto toggle = parseEntry(entry);
     for (const auto& earlier : toggles) {
       if (earlier.first == toggle.first) {
-        throw Vox::ParseError(kListType, spec,
+        throw Vox::ParseError(kListType, text,
                               "each toggle named once, but '" + toggle.first + "' repeats");
       }
     }

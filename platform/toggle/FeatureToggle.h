@@ -35,6 +35,6 @@ void toggleStateDelAll();
 
 // Parses the QUILL_TOGGLES syntax, entries in the order given; the empty text is no entries.
 // Throws Vox::ParseError quoting the offending entry (or the whole text for an empty entry).
-std::vector<std::pair<std::string, bool>> parseToggleSpec(std::string_view spec);
+std::vector<std::pair<std::string, bool>> parseToggleList(std::string_view text);
 
 }  // namespace FeatureToggle

@@ -47,7 +47,7 @@ bool globMatch(std::string_view pattern, std::string_view name) {
 
 int parseLevel(std::string_view text, std::string_view entry) {
   if (text.size() != 1 || text[0] < '0' || text[0] > '9') {
-    throw ParseError("trace specification", entry, "levels 0 to 9, as N, N-M or joined by '+'");
+    throw ParseError("trace setting", entry, "levels 0 to 9, as N, N-M or joined by '+'");
   }
   return text[0] - '0';
 }
@@ -63,7 +63,7 @@ uint32_t parseLevels(std::string_view text, std::string_view entry) {
     const int high =
         dash == std::string_view::npos ? low : parseLevel(range.substr(dash + 1), entry);
     if (high < low) {
-      throw ParseError("trace specification", entry, "a level range N-M with N <= M");
+      throw ParseError("trace setting", entry, "a level range N-M with N <= M");
     }
     for (int level = low; level <= high; ++level)
       mask |= 1u << level;
@@ -73,17 +73,17 @@ uint32_t parseLevels(std::string_view text, std::string_view entry) {
   return mask;
 }
 
-std::vector<TraceEntry> parseSpec(std::string_view spec) {
+std::vector<TraceEntry> parseTraceSettings(std::string_view text) {
   std::vector<TraceEntry> entries;
-  while (!spec.empty()) {
-    const auto comma = spec.find(',');
-    std::string_view entry = spec.substr(0, comma);
-    spec = comma == std::string_view::npos ? std::string_view{} : spec.substr(comma + 1);
+  while (!text.empty()) {
+    const auto comma = text.find(',');
+    std::string_view entry = text.substr(0, comma);
+    text = comma == std::string_view::npos ? std::string_view{} : text.substr(comma + 1);
     if (entry.empty()) continue;
     const auto slash = entry.find('/');
     std::string_view pattern = entry.substr(0, slash);
     if (pattern.empty()) {
-      throw ParseError("trace specification", entry, "PATTERN[/LEVELS] with a handle name or glob");
+      throw ParseError("trace setting", entry, "PATTERN[/LEVELS] with a handle name or glob");
     }
     const uint32_t levels =
         slash == std::string_view::npos ? kAllLevels : parseLevels(entry.substr(slash + 1), entry);
@@ -132,9 +132,9 @@ class TraceRegistry {
 
  private:
   TraceRegistry() {
-    if (const char* spec = std::getenv("QUILL_TRACE")) {
+    if (const char* text = std::getenv("QUILL_TRACE")) {
       try {
-        entries_ = parseSpec(spec);
+        entries_ = parseTraceSettings(text);
       } catch (const ParseError& error) {
         std::fprintf(stderr, "quill: ignoring QUILL_TRACE: %s\n", error.what());
       }
@@ -202,8 +202,8 @@ void TraceHandle::write(int level, const char* file, int line, std::string_view 
   TraceRegistry::instance().write(record);
 }
 
-void traceConfigure(std::string_view spec) {
-  TraceRegistry::instance().configure(parseSpec(spec));
+void traceConfigure(std::string_view text) {
+  TraceRegistry::instance().configure(parseTraceSettings(text));
 }
 
 void traceOutputIs(const std::string& path) {

@@ -58,10 +58,10 @@ class TraceHandle {
   std::atomic<uint32_t> levels_{0};
 };
 
-// Applies a QUILL_TRACE-style specification to every existing handle and to handles created
-// later (replacing any earlier specification). Throws `Vox::ParseError` on a malformed
-// specification, quoting the bad entry, and then changes nothing.
-void traceConfigure(std::string_view spec);
+// Applies a QUILL_TRACE-style setting to every existing handle and to handles created
+// later (replacing any earlier setting). Throws `Vox::ParseError` on a malformed
+// setting, quoting the bad entry, and then changes nothing.
+void traceConfigure(std::string_view text);
 
 // Sends records to `path` (appending), or back to standard error when `path` is empty. Throws
 // std::runtime_error when the file cannot be opened.

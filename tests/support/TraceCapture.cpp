@@ -10,14 +10,14 @@
 
 namespace QuillTest {
 
-TraceCapture::TraceCapture(const std::string& spec) {
+TraceCapture::TraceCapture(const std::string& text) {
   static std::atomic<int> counter{0};
   path_ = (std::filesystem::temp_directory_path() /
            ("quill-trace-" + std::to_string(getpid()) + "-" + std::to_string(counter++) + ".log"))
               .string();
   std::filesystem::remove(path_);
   Vox::traceOutputIs(path_);
-  Vox::traceConfigure(spec);
+  Vox::traceConfigure(text);
 }
 
 TraceCapture::~TraceCapture() {

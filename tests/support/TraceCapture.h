@@ -12,8 +12,8 @@ namespace QuillTest {
 
 class TraceCapture {
  public:
-  // `spec` uses the QUILL_TRACE syntax.
-  explicit TraceCapture(const std::string& spec);
+  // `text` uses the QUILL_TRACE syntax.
+  explicit TraceCapture(const std::string& text);
   ~TraceCapture();
   TraceCapture(const TraceCapture&) = delete;
   TraceCapture& operator=(const TraceCapture&) = delete;

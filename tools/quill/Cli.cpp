@@ -200,7 +200,7 @@ std::vector<std::pair<std::string, bool>> parseToggle(const std::string& where,
                                                       const std::string& setting) {
   std::vector<std::pair<std::string, bool>> toggles;
   try {
-    toggles = FeatureToggle::parseToggleSpec(setting);
+    toggles = FeatureToggle::parseToggleList(setting);
   } catch (const std::exception& error) {
     throw UsageError(where, std::string("--toggle: ") + error.what(),
                      "usage: --toggle NAME=on|off");

@@ -1,7 +1,7 @@
 #pragma once
 // The `quill` command line: `run`, `shell`, `trace` and `help`.
 //
-// Everything the user can get wrong (an option, a toggle name, a trace specification, a file
+// Everything the user can get wrong (an option, a toggle name, a trace setting, a file
 // name, a scenario line) is reported on standard error with where and why, and yields exit
 // status 2; nothing is changed before the whole command line has been checked.
 #include <string>
