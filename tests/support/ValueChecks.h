@@ -3,11 +3,12 @@
 //
 // - expectTextRoundTrip<T>(text): the text parses, prints back unchanged through both
 //   valueToStrep and operator<<, and a copy is equal and hashes alike.
-// - expectParseError<T>(text): parsing throws Vox::ParseError whose message quotes the text.
+// - expectParseError<T>(text, why): parsing throws Vox::ParseError whose message quotes the text
+//   and contains `why`.
 // - expectStrictlyAscending(values): on every pair, < and == agree with the list positions, which
 //   catches orders that are not strict weak orders or disagree with equality.
-// - expectFieldSwapChangesHash(ab, ba): two values built with the same two field values exchanged
-//   differ and hash differently, which catches hashes that mix fields commutatively.
+// - expectValueTexts<T>(ascending, malformed): each of `ascending` round-trips and the values
+//   ascend in the order given; each of `malformed` is rejected.
 // - expectLogRoundTrip(value): logTo then the reader constructor gives an equal value and consumes
 //   exactly what was written; every truncation of the record throws Vox::LogStreamError.
 #include <gtest/gtest.h>
@@ -44,13 +45,14 @@ T expectTextRoundTrip(std::string_view text) {
 }
 
 template <class T>
-void expectParseError(std::string_view text) {
+void expectParseError(std::string_view text, std::string_view why = "") {
   try {
     (void)T::sequenceToValue(text);
     ADD_FAILURE() << "parsed '" << text << "'";
   } catch (const Vox::ParseError& e) {
-    EXPECT_NE(std::string_view(e.what()).find("'" + std::string(text) + "'"), std::string::npos)
-        << e.what();
+    const std::string_view message = e.what();
+    EXPECT_NE(message.find("'" + std::string(text) + "'"), std::string::npos) << message;
+    EXPECT_NE(message.find(why), std::string::npos) << message;
   }
 }
 
@@ -66,9 +68,14 @@ void expectStrictlyAscending(const std::vector<T>& values) {
 }
 
 template <class T>
-void expectFieldSwapChangesHash(const T& ab, const T& ba) {
-  EXPECT_NE(ab, ba);
-  EXPECT_NE(hashOf(ab), hashOf(ba)) << ab << " and " << ba;
+void expectValueTexts(std::initializer_list<std::string_view> ascending,
+                      std::initializer_list<std::string_view> malformed) {
+  std::vector<T> values;
+  for (std::string_view text : ascending)
+    values.push_back(expectTextRoundTrip<T>(text));
+  expectStrictlyAscending(values);
+  for (std::string_view text : malformed)
+    expectParseError<T>(text);
 }
 
 template <class T>
