@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <functional>
-#include <random>
 #include <vector>
 
 #include "tests/support/Contents.h"
@@ -144,45 +143,6 @@ TEST_F(LabelForwardingInfoSmTest, InitializationRebuildsAndWholeRemovalsWaitWhil
   EXPECT_EQ(output(), expected);
   sm->handleInitialized();
   EXPECT_EQ(output(), (Lines{"101 10.1.1.2-Ethernet1/201 F1 2.2.2.2:0"}));
-}
-
-// Built incrementally or from scratch over the same inputs, the LFIB is the same; entities may be
-// removed whole at every level.
-TEST_F(LabelForwardingInfoSmTest, IncrementalAndFromScratchAgreeOverRandomChanges) {
-  constexpr unsigned kSeed = 5;
-  std::mt19937 random(kSeed);
-  std::string f, router, label, via;
-  const std::vector<Step> steps = {
-      [&] { local(f, label); },
-      [&] { local(f, label); },
-      [&] { local(f, label, false); },
-      [&] { locals->bindingDel(fec(f)); },
-      [&] { peer(f, router, label); },
-      [&] { peer(f, router, label); },
-      [&] { peer(f, router, label, false); },
-      [&] { peers->fecRouterLabelIs(fec(f))->routerLabelInfoDel(v<RouterId>(router)); },
-      [&] { peers->fecRouterLabelDel(fec(f)); },
-      [&] { choose(f, router, via); },
-      [&] { choose(f, router, via); },
-      [&] { choose(f, router, via, false); },
-      [&] { chosen->fecRouterNexthopIs(fec(f))->routerNexthopInfoDel(v<RouterId>(router)); },
-      [&] { chosen->fecRouterNexthopDel(fec(f)); }};
-  start();
-  bool sawOutput = false;
-  for (int step = 1; step <= 4000; ++step) {
-    f = "F" + std::to_string(random() % 3);
-    router = std::to_string(2 + random() % 3) + ".0.0.1:0";
-    label = std::to_string(100 + random() % 3);
-    via = "10.1.1." + std::to_string(random() % 3) + "-Ethernet1";
-    steps[random() % steps.size()]();
-    if (step % 100 != 0) continue;
-    auto scratchOut = Vox::create<Mpls::LabelForwardingInfoColl>();
-    auto scratch =
-        Mpls::LabelForwardingInfoSm::LabelForwardingInfoSmIs(locals, peers, chosen, scratchOut);
-    ASSERT_EQ(output(), output(*scratchOut)) << "seed " << kSeed << ", step " << step;
-    sawOutput = sawOutput || !output().empty();
-  }
-  EXPECT_TRUE(sawOutput);
 }
 
 using LabelForwardingInfoSmDeathTest = LabelForwardingInfoSmTest;

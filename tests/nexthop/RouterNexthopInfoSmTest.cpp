@@ -2,8 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "tests/support/Contents.h"
 #include "tests/support/Values.h"
 
@@ -98,37 +96,6 @@ TEST_F(RouterNexthopInfoSmTest, InitializationRebuildsAndWholeEntityRemovalWaits
   EXPECT_EQ(out->routerNexthops(), 1u);
   sm->handleInitialized();
   EXPECT_EQ(out->routerNexthops(), 0u);
-}
-
-// Built incrementally, or over the same inputs from scratch, the join is the same, as long as
-// entities lose their members before they go.
-TEST_F(RouterNexthopInfoSmTest, IncrementalAndFromScratchAgree) {
-  std::mt19937 random(11);
-  start();
-  for (int step = 0; step < 3000; ++step) {
-    const std::string addr = "10.0.0." + std::to_string(random() % 5);
-    const std::string router = std::to_string(1 + random() % 3) + ".0.0.1:0";
-    const std::string via =
-        "10.1.1." + std::to_string(random() % 3) + "-Ethernet" + std::to_string(1 + random() % 2);
-    switch (random() % 4) {
-      case 0:
-        advertise(addr.c_str(), router.c_str());
-        break;
-      case 1:
-        if (routers->ipAddrRouterId(v<IpGenAddr>(addr))) withdraw(addr.c_str(), router.c_str());
-        break;
-      case 2:
-        resolve(addr.c_str(), via.c_str());
-        break;
-      default:
-        if (vias->ipNexthop(v<IpGenAddr>(addr))) unresolve(addr.c_str(), via.c_str());
-        break;
-    }
-  }
-  auto scratchOut = Vox::create<Mpls::RouterNexthopInfoColl>();
-  auto scratch = Mpls::RouterNexthopInfoSm::RouterNexthopInfoSmIs(routers, vias, scratchOut);
-  EXPECT_EQ(output(), justified(*scratchOut));
-  EXPECT_FALSE(output().empty());
 }
 
 TEST_F(RouterNexthopInfoSmTest, NullEntitiesAreRangeErrors) {

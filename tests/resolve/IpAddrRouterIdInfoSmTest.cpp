@@ -3,8 +3,6 @@
 #include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
-#include <random>
-
 #include "tests/support/Contents.h"
 #include "tests/support/TraceCapture.h"
 #include "tests/support/Values.h"
@@ -90,26 +88,6 @@ TEST_F(IpAddrRouterIdInfoSmTest, ARouterRemovedWholeKeepsItsPairsUntilReinitiali
   EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0"}));
   sm->handleInitialized();
   EXPECT_TRUE(output().empty());
-}
-
-// Built incrementally or over inputs filled in advance, the output is the same inversion.
-TEST_F(IpAddrRouterIdInfoSmTest, IncrementalAndFromScratchAgreeOverRandomChanges) {
-  std::mt19937 random(7);
-  start();
-  auto scratchOut = Vox::create<Mpls::IpAddrRouterIdInfoColl>();
-  for (int step = 0; step < 2000; ++step) {
-    const std::string router = std::to_string(1 + random() % 4) + ".0.0.1:0";
-    const std::string addr = "10.0.0." + std::to_string(random() % 6);
-    if (random() % 3 == 0 && in->routerIpAddr(v<RouterId>(router))) {
-      del(router.c_str(), addr.c_str());
-    } else {
-      add(router.c_str(), addr.c_str());
-    }
-  }
-  auto scratch = Mpls::ipAddrRouterIdInfoSmFactory(in, scratchOut);
-  EXPECT_EQ(output(),
-            contents(scratchOut->ipAddrRouterIdColl(), &IpAddrRouterIdInfo::routerIdColl));
-  EXPECT_FALSE(output().empty());
 }
 
 TEST_F(IpAddrRouterIdInfoSmTest, NullRouterIsARangeError) {
