@@ -38,10 +38,19 @@ void FecRouterNexthopInfoSm::handleRouterNexthop(const RouterId& routerId, const
     }
   }
   // Every FEC of the router may land elsewhere on the changed ring.
-  if (const auto table = labelBindingTableColl_->bindingTable(routerId)) {
-    for (const auto [fec, binding] : table->bindingColl())
-      handleRouterFec(routerId, fec);
-  }
+  if (const auto table = labelBindingTableColl_->bindingTable(routerId))
+    chooseViaForEveryFec(routerId, *table);
+}
+
+void FecRouterNexthopInfoSm::chooseViaForEveryFec(const RouterId& routerId,
+                                                  const LabelBindingTable& fecs) {
+  VOX_ASSERT(initialized(), "initialized()");
+  // One look-up of the router for all of its FECs: choosing writes only this stage's output, so
+  // the router's table, vias and ring stay as read for the whole loop. `fecs` may be a table
+  // already removed from its collection, whose FECs are then withdrawn.
+  const RouterState router = routerState(routerId);
+  for (const auto [fec, binding] : fecs.bindingColl())
+    chooseVia(routerId, fec, router);
 }
 
 void FecRouterNexthopInfoSm::handleRouterFec(const RouterId& routerId, const FwdEqvClass& fec) {
@@ -94,8 +103,7 @@ void FecRouterNexthopInfoSm::handleDelete() {
 
 void FecRouterNexthopInfoSm::VoxRouterFec::handleRouterFecInfo() {
   if (!ownerReady()) return;
-  for (const auto [fec, binding] : member()->bindingColl())
-    owner()->handleRouterFec(key(), fec);
+  owner()->chooseViaForEveryFec(key(), *member());
 }
 
 void FecRouterNexthopInfoSm::VoxRouterFec::vox_handleRouterFec_binding(const FwdEqvClass& fec) {

@@ -111,6 +111,8 @@ class FecRouterNexthopInfoSm : public Quill::StageReactor<FecRouterNexthopInfoSm
   RouterState routerState(const RouterId& routerId) const;
   // The body of `handleRouterFec`, given the router's state.
   void chooseVia(const RouterId& routerId, const FwdEqvClass& fec, const RouterState& router);
+  // `handleRouterFec` for every FEC of `fecs`, reading the router once.
+  void chooseViaForEveryFec(const RouterId& routerId, const LabelBindingTable& fecs);
 
   Vox::Ptr<const LabelBindingTableColl> labelBindingTableColl_;
   Vox::Ptr<const RouterNexthopInfoColl> routerNexthopInfoColl_;
