@@ -45,6 +45,7 @@
 #include <unordered_map>
 #include <vector>
 
+#include "platform/vox/Hash.h"
 #include "platform/vox/TrackingAllocator.h"
 #include "quill/audit/PipelineAudit.h"
 #include "quill/core/Toggles.h"
@@ -185,11 +186,9 @@ void setCommonCounters(benchmark::State& state, const Sim::Topology& topology) {
 
 // ---- calibration --------------------------------------------------------------------------
 
-uint64_t splitmix64(uint64_t x) {
-  x += 0x9e3779b97f4a7c15ull;
-  x = (x ^ (x >> 30)) * 0xbf58476d1ce4e5b9ull;
-  x = (x ^ (x >> 27)) * 0x94d049bb133111ebull;
-  return x ^ (x >> 31);
+// The SplitMix64 generator's n-th output.
+uint64_t splitmix64(uint64_t n) {
+  return Vox::splitMix64(n + 0x9e3779b97f4a7c15ull);
 }
 
 // A sliding window of 100,000 pseudo-random keys: each iteration inserts the key after the

@@ -4,27 +4,11 @@
 #include <cstdint>
 
 #include "platform/vox/Exception.h"
+#include "platform/vox/Hash.h"
 
 namespace ConsistentHash {
 
 namespace {
-
-// Murmur3's 64-bit finaliser.
-constexpr unsigned long long fmix64(unsigned long long z) {
-  z ^= z >> 33;
-  z *= 0xff51afd7ed558ccdull;
-  z ^= z >> 33;
-  z *= 0xc4ceb9fe1a85ec53ull;
-  z ^= z >> 33;
-  return z;
-}
-
-// SplitMix64's output function.
-constexpr unsigned long long splitMix64(unsigned long long z) {
-  z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9ull;
-  z = (z ^ (z >> 27)) * 0x94d049bb133111ebull;
-  return z ^ (z >> 31);
-}
 
 unsigned long long pointsFor(unsigned long long weight) {
   return weight >= ConsistentHashCircle::kMaxPointsPerNode / ConsistentHashCircle::kPointsPerWeight
@@ -43,7 +27,7 @@ auto lowerBound(Nodes& nodes, unsigned long long hash) {
 
 unsigned long long ConsistentHashCircle::pointPosition(unsigned long long hash,
                                                        unsigned long long index) {
-  return splitMix64(fmix64(hash + kOriginSalt) + (index + 1) * kGamma);
+  return Vox::splitMix64(Vox::fmix64(hash + kOriginSalt) + (index + 1) * kGamma);
 }
 
 void ConsistentHashCircle::addHash(unsigned long long hash, unsigned long long weight) {

@@ -14,6 +14,9 @@
 // `Vox::HashHelper::KeyAndRhashLegacy` is the key rehash that every keyed collection applies to a
 // key's own hash before choosing a bucket (Murmur3's `fmix32` again), so that keys whose hashes
 // differ only in high bits still spread over a small table.
+//
+// `Vox::fmix64` and `Vox::splitMix64` are the two well-known 64-bit bijective mixers, for code
+// that derives 64-bit positions or pseudo-random keys from a counter or a hash.
 #include <bit>
 #include <cstddef>
 #include <cstdint>
@@ -59,6 +62,24 @@ class Hash {
 // The hash of a one-field value: an accumulator seeded with `seed` that mixes `value` once.
 constexpr uint32_t hashSingleAttr(uint32_t seed, uint32_t value) {
   return Hash(seed).hashMix(value).result();
+}
+
+// Murmur3's 64-bit finaliser `fmix64`: a bijective avalanche of 64 bits (0 maps to 0).
+constexpr uint64_t fmix64(uint64_t z) {
+  z ^= z >> 33;
+  z *= 0xff51afd7ed558ccdull;
+  z ^= z >> 33;
+  z *= 0xc4ceb9fe1a85ec53ull;
+  z ^= z >> 33;
+  return z;
+}
+
+// SplitMix64's output function: a bijective avalanche of 64 bits. The generator SplitMix64 is
+// `splitMix64(state += 0x9e3779b97f4a7c15)`.
+constexpr uint64_t splitMix64(uint64_t z) {
+  z = (z ^ (z >> 30)) * 0xbf58476d1ce4e5b9ull;
+  z = (z ^ (z >> 27)) * 0x94d049bb133111ebull;
+  return z ^ (z >> 31);
 }
 
 struct HashHelper {
