@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "tests/support/Contents.h"
+#include "tests/support/JustifiedVias.h"
 #include "tests/support/Values.h"
 
 namespace {
@@ -31,23 +32,7 @@ class RouterFilteredNexthopSmTest : public ::testing::Test {
     const auto info = addrs->routerIpAddrIs(v<RouterId>(router));
     add ? info->ipAddrIs(v<IpGenAddr>(ipAddr)) : info->ipAddrDel(v<IpGenAddr>(ipAddr));
   }
-  // "router via destIp" per justification; checks the entry shape the invariant demands.
-  static Lines output(const Mpls::RouterNexthopInfoColl& coll) {
-    Lines lines;
-    for (const auto [router, info] : coll.routerNexthopColl()) {
-      EXPECT_NE(info.vias(), 0u) << "empty entry for " << router.valueToStrep();
-      EXPECT_EQ(info.nexthopIpInfos(), info.vias()) << router.valueToStrep();
-      for (const FibVia& via : info.viaColl()) {
-        const auto justification = info.nexthopIpInfo(via);
-        EXPECT_TRUE(justification && justification->destIps() != 0) << via.valueToStrep();
-        if (!justification) continue;
-        for (const IpGenAddr& ip : justification->destIpColl())
-          lines.insert(router.valueToStrep() + " " + via.valueToStrep() + " " + ip.valueToStrep());
-      }
-    }
-    return lines;
-  }
-  Lines output() const { return output(*out); }
+  Lines output() const { return QuillTest::justifiedVias(*out); }
   void start() { sm = Mpls::routerFilteredNexthopSmFactory(hops, addrs, out); }
 
   Vox::Ptr<Mpls::RouterIpNexthopInfoColl> hops = Vox::create<Mpls::RouterIpNexthopInfoColl>();

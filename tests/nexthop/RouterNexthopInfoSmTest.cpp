@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "tests/support/Contents.h"
+#include "tests/support/JustifiedVias.h"
 #include "tests/support/Values.h"
 
 namespace {
@@ -27,23 +28,7 @@ class RouterNexthopInfoSmTest : public ::testing::Test {
   void unresolve(const char* addr, const char* via) {
     vias->ipNexthop(v<IpGenAddr>(addr))->viaDel(v<FibVia>(via));
   }
-  // "router via address" for every justification, and checks `via` against them.
-  static Lines justified(const Mpls::RouterNexthopInfoColl& coll) {
-    Lines viaLines;
-    for (const auto [router, info] : coll.routerNexthopColl()) {
-      for (const FibVia& via : info.viaColl())
-        viaLines.insert(router.valueToStrep() + " " + via.valueToStrep());
-    }
-    Lines fromJustifications;
-    const Lines lines =
-        QuillTest::contents(coll.routerNexthopColl(), &Mpls::RouterNexthopInfo::nexthopIpInfoColl,
-                            &Mpls::NexthopIpInfo::destIpColl);
-    for (const std::string& line : lines)
-      fromJustifications.insert(line.substr(0, line.rfind(' ')));
-    EXPECT_EQ(viaLines, fromJustifications) << "vias and justified vias differ";
-    return lines;
-  }
-  Lines output() const { return justified(*out); }
+  Lines output() const { return QuillTest::justifiedVias(*out); }
   void start() { sm = Mpls::RouterNexthopInfoSm::RouterNexthopInfoSmIs(routers, vias, out); }
 
   Vox::Ptr<Mpls::IpAddrRouterIdInfoColl> routers = Vox::create<Mpls::IpAddrRouterIdInfoColl>();
