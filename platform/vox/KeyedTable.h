@@ -6,23 +6,54 @@
 // by `HashHelper::KeyAndRhashLegacy`, and matched with `==`. Iteration order is the table's own
 // and carries no meaning.
 //
-// Storage: elements live in slots that never move. Slots are handed out from segments whose sizes
-// double (2, 2, 4, 8, ...), so a table of n elements makes O(log n) allocations and small tables
-// stay small. A bucket array of slot indices chains the slots of each bucket. A removed element's
-// slot goes to a free list and is reused by a later insert.
+// Storage: elements live in slots that never move. Slot indices run over consecutive segments:
+// the first `InlineSlots` slots (default 1, may be 0) live inside the table object itself, and
+// heap segments of doubling sizes (2, 4, 8, ... for up to two inline slots) follow. Most tables
+// of the pipeline hold a single element, so a table that never needed more than its inline slots
+// allocates nothing: it has no bucket array, and a lookup scans the inline slots, comparing the
+// stored hash before the key. Handing out the first heap slot builds a bucket array of slot
+// indices over every slot, and from then on each bucket chains its slots. A removed element's
+// slot goes to a free list and is reused by a later insert. The header is two raw pointers (the
+// array of heap segment pointers and the bucket array, both tracked allocations), 32-bit counts
+// and the bucket count's log2.
 //
-// Iterator and reference guarantees (what stages rely on):
+// Values are constructed in their slot (`emplace`, or `insert` from a value), so they need not be
+// default-constructible, copyable or movable; a slot holds a value only while its element is
+// present. A value is destroyed in place when its element is removed and when the table is
+// destroyed.
+//
+// Iterator and reference guarantees (what stages rely on), and why they hold:
 // - An iterator stays valid when the element it stands on is removed, by anyone: incrementing it
 //   moves to the next element still present. Dereferencing it before incrementing is not allowed.
+//   An iterator is a slot index; every live iterator pins the table, and a pinned table never
+//   releases a slot, so the index keeps naming the same slot, inline or on the heap; a removed
+//   element's slot is marked empty, and incrementing skips empty slots.
 // - Inserting during iteration is allowed. Elements present for the whole iteration are visited
-//   exactly once; an element inserted during it may or may not be visited.
+//   exactly once; an element inserted during it may or may not be visited. Growing never moves a
+//   slot or changes its index (spilling from the inline slots to the heap adds segments after
+//   them and only builds buckets), so the iterator, whose index only increases, passes every old
+//   element once; a new element takes a free slot or the next index, either side of the iterator.
 // - A reference to an element's key or value stays valid until that element is removed (inserts
-//   never move elements). While any iterator of the table is alive, the storage of a removed
-//   element is not released either, so a loop body may still read the key it was given.
+//   never move elements: inline slots move only with the table object, which can be neither
+//   copied nor moved). While any iterator of the table is alive, the storage of a removed element
+//   is not released either, so a loop body may still read the key it was given: a removed slot
+//   keeps its key until the slot is reused.
 // - Every insert and every removal changes `version()`; nothing else does.
+// - `erase` unlinks the element and updates `size()` and `version()` first, then destroys the
+//   value in place, and only then returns the slot to the free list. The table is therefore
+//   consistent while the value's destructor runs, and that destructor may insert into or erase
+//   from the same table: its slot cannot be handed out again, and the erase pins the table so
+//   that emptying it cannot release the slot's segment under the running destructor.
+// - A value's constructor may use the table too (the slot is pinned and neither live nor free
+//   while it runs), except to insert the very key being inserted.
+//
+// Storage is released, all but the inline slots, when the table becomes empty with nothing
+// pinning it (no iterator alive, no erase or emplace under way).
 //
 // Complexity: insert, lookup and erase are O(1) on average; iteration is O(slots handed out),
 // which is the table's peak size since it last became empty.
+#include <algorithm>
+#include <array>
 #include <bit>
 #include <cassert>
 #include <cstddef>
@@ -31,7 +62,6 @@
 #include <new>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 #include "platform/vox/Hash.h"
 #include "platform/vox/TrackingAllocator.h"
@@ -46,15 +76,72 @@ struct Empty {
 // The end of any table iteration.
 struct IterEnd {};
 
-template <class Key, class Value, MemoryKind Kind = MemoryKind::kKeyedMap>
+namespace KeyedTableDetail {
+
+// A value without state (a set's `Empty`) is given no byte of its slot.
+template <class V>
+inline constexpr bool kStateless =
+    std::conjunction_v<std::is_empty<V>, std::is_trivially_default_constructible<V>,
+                       std::is_trivially_destructible<V>>;
+
+// Raw storage for one value: the table constructs and destroys the value explicitly.
+template <class V, bool Stateless = kStateless<V>>
+class ValueCell {
+ public:
+  ValueCell() noexcept {}
+  ValueCell(const ValueCell&) = delete;
+  ValueCell& operator=(const ValueCell&) = delete;
+  ~ValueCell() {}
+
+  template <class... Args>
+  void construct(Args&&... args) {
+    ::new (static_cast<void*>(std::addressof(value_))) V(std::forward<Args>(args)...);
+  }
+  void destroy() noexcept { value_.~V(); }
+  V& get() noexcept { return value_; }
+  const V& get() const noexcept { return value_; }
+
+ private:
+  union {
+    V value_;
+  };
+};
+
+template <class V>
+class ValueCell<V, true> {
+ public:
+  template <class... Args>
+  void construct(Args&&... args) {
+    ::new (static_cast<void*>(std::addressof(value_))) V(std::forward<Args>(args)...);
+  }
+  void destroy() noexcept {}
+  V& get() noexcept { return value_; }
+  const V& get() const noexcept { return value_; }
+
+ private:
+  [[no_unique_address]] V value_;
+};
+
+struct NoInlineSlots {};
+
+}  // namespace KeyedTableDetail
+
+template <class Key, class Value, MemoryKind Kind = MemoryKind::kKeyedMap, uint32_t InlineSlots = 1>
 class KeyedTable {
+  // A slot holds an element while its tag is non-zero: the key's hash with kLive set. Bucket
+  // indices never reach that bit, and comparing tags before keys compares the hashes.
+  static constexpr uint32_t kLive = 0x80000000u;
   struct Slot {
     Key key{};
-    [[no_unique_address]] Value value{};
-    uint32_t hash = 0;
+    [[no_unique_address]] KeyedTableDetail::ValueCell<Value> value;
+    uint32_t tag = 0;
     int32_t next = -1;  // next slot of the bucket chain, or of the free list
-    bool live = false;
+    bool live() const { return tag != 0; }
   };
+
+  // Heap segment `s` (counted from 0 after the inline slots) holds kFirstHeap << s slots.
+  static constexpr uint32_t kFirstHeap = std::max<uint32_t>(2, std::bit_ceil(InlineSlots));
+  static constexpr int kFirstHeapLog2 = std::countr_zero(kFirstHeap);
 
  public:
   using key_type = Key;
@@ -63,7 +150,20 @@ class KeyedTable {
   KeyedTable() = default;
   KeyedTable(const KeyedTable&) = delete;
   KeyedTable& operator=(const KeyedTable&) = delete;
-  ~KeyedTable() { releaseStorage(); }
+  ~KeyedTable() {
+    if constexpr (!std::is_trivially_destructible_v<Value>) {
+      // Each value goes through the ordinary removal, so its destructor finds the table
+      // consistent; repeat in case a destructor inserted behind the scan.
+      while (size_ > 0) {
+        for (uint32_t i = 0; i < slotCount_; ++i) {
+          if (!slot(i).live()) continue;
+          if (buckets_) unlink(i);
+          retire(i);
+        }
+      }
+    }
+    releaseStorage();
+  }
 
   std::size_t size() const { return size_; }
   bool empty() const { return size_ == 0; }
@@ -74,56 +174,66 @@ class KeyedTable {
   // The value stored for `key`, or null.
   const Value* find(const Key& key) const {
     const int32_t i = findIndex(key);
-    return i < 0 ? nullptr : &slot(i).value;
+    return i < 0 ? nullptr : &slot(i).value.get();
   }
   Value* find(const Key& key) {
     const int32_t i = findIndex(key);
-    return i < 0 ? nullptr : &slot(i).value;
+    return i < 0 ? nullptr : &slot(i).value.get();
+  }
+
+  // Inserts `key` with a value constructed in place from `args` unless `key` is present. Returns
+  // the stored value and whether it was inserted; an existing element is left untouched and
+  // `args` unused.
+  template <class... Args>
+  std::pair<Value*, bool> emplace(const Key& key, Args&&... args) {
+    const uint32_t tag = tagOf(key);
+    if (const int32_t i = findIndex(key, tag); i >= 0) return {&slot(i).value.get(), false};
+    reserveBucketsForInsert();
+    const int32_t i = allocateSlot();
+    Slot& s = slot(i);
+    s.key = key;
+    [[maybe_unused]] const uint32_t versionBefore = version_;
+    pin();
+    try {
+      s.value.construct(std::forward<Args>(args)...);
+    } catch (...) {
+      pushFree(i);
+      unpin();
+      throw;
+    }
+    --pins_;  // the element is about to be linked, so the table is not left empty
+    assert((version_ == versionBefore || findIndex(key, tag) < 0) &&
+           "a value's constructor inserted the key being inserted");
+    link(i, tag);
+    return {&s.value.get(), true};
   }
 
   // Inserts `key` with `value` unless present. Returns the stored value and whether it was
   // inserted; an existing element keeps its value.
   template <class V = Value>
   std::pair<Value*, bool> insert(const Key& key, V&& value = V{}) {
-    const uint32_t h = HashHelper::KeyAndRhashLegacy(::Vox::hashOfKey(key));
-    if (const int32_t i = findIndex(key, h); i >= 0) return {&slot(i).value, false};
-    if (size_ + 1 > bucketCount()) growBuckets();
-    const int32_t i = allocateSlot();
-    Slot& s = slot(i);
-    s.key = key;
-    s.value = std::forward<V>(value);
-    s.hash = h;
-    s.live = true;
-    int32_t& head = buckets_[h & (bucketCount() - 1)];
-    s.next = head;
-    head = i;
-    ++size_;
-    ++version_;
-    return {&s.value, true};
+    return emplace(key, std::forward<V>(value));
   }
 
   // Removes `key` if present; returns whether it was. The removed value is destroyed after the
   // table is consistent again, so its destructor may use the table.
   bool erase(const Key& key) {
-    const uint32_t h = HashHelper::KeyAndRhashLegacy(::Vox::hashOfKey(key));
-    if (bucketCount() == 0) return false;
-    int32_t* link = &buckets_[h & (bucketCount() - 1)];
-    while (*link >= 0) {
+    if (size_ == 0) return false;
+    const uint32_t tag = tagOf(key);
+    if (!buckets_) {
+      const int32_t i = scanInline(key, tag);
+      if (i < 0) return false;
+      retire(static_cast<uint32_t>(i));
+      return true;
+    }
+    for (int32_t* link = &bucket(tag); *link >= 0; link = &slot(*link).next) {
       Slot& s = slot(*link);
-      if (s.hash == h && s.key == key) {
+      if (s.tag == tag && s.key == key) {
         const int32_t i = *link;
         *link = s.next;
-        [[maybe_unused]] Value removed = std::move(s.value);
-        s.value = Value{};
-        s.live = false;
-        s.next = freeHead_;
-        freeHead_ = i;
-        --size_;
-        ++version_;
-        if (size_ == 0 && liveIterators_ == 0) releaseStorage();
+        retire(static_cast<uint32_t>(i));
         return true;
       }
-      link = &s.next;
     }
     return false;
   }
@@ -135,11 +245,11 @@ class KeyedTable {
    public:
     Iterator() = default;
     Iterator(Table* table, uint32_t index) : table_(table), index_(index) {
-      ++table_->liveIterators_;
+      table_->pin();
       skipDead();
     }
     Iterator(const Iterator& other) : table_(other.table_), index_(other.index_) {
-      if (table_) ++table_->liveIterators_;
+      if (table_) table_->pin();
     }
     Iterator& operator=(const Iterator& other) {
       Iterator copy(other);
@@ -148,14 +258,11 @@ class KeyedTable {
       return *this;
     }
     ~Iterator() {
-      if (table_ && --table_->liveIterators_ == 0 && table_->size_ == 0) {
-        // An empty table's storage holds nothing observable; releasing it is not a mutation.
-        const_cast<KeyedTable*>(table_)->releaseStorage();
-      }
+      if (table_) const_cast<KeyedTable*>(table_)->unpin();
     }
 
     const Key& key() const { return current().key; }
-    auto& value() const { return current().value; }
+    auto& value() const { return current().value.get(); }
 
     Iterator& operator++() {
       ++index_;
@@ -166,12 +273,12 @@ class KeyedTable {
 
    private:
     auto& current() const {
-      assert(table_ && index_ < table_->slotCount_ && table_->slot(index_).live &&
+      assert(table_ && index_ < table_->slotCount_ && table_->slot(index_).live() &&
              "dereferencing a table iterator whose element is gone");
       return table_->slot(index_);
     }
     void skipDead() {
-      while (index_ < table_->slotCount_ && !table_->slot(index_).live)
+      while (index_ < table_->slotCount_ && !table_->slot(index_).live())
         ++index_;
     }
 
@@ -193,43 +300,105 @@ class KeyedTable {
 
   // Bytes this table holds beyond its own object.
   std::size_t allocatedBytes() const {
-    std::size_t bytes =
-        segments_.capacity() * sizeof(Slot*) + buckets_.capacity() * sizeof(int32_t);
-    for (std::size_t s = 0; s < segments_.size(); ++s)
-      bytes += segmentSize(s) * sizeof(Slot);
-    return bytes;
+    const uint32_t heap = heapSegmentCount();
+    const std::size_t slots = heap == 0 ? 0 : kFirstHeap * ((std::size_t{1} << heap) - 1);
+    return pointerCapacity(heap) * sizeof(Slot*) + bucketCount() * sizeof(int32_t) +
+           slots * sizeof(Slot);
   }
 
  private:
   using SlotAllocator = TrackingAllocator<Slot, Kind>;
+  using PointerAllocator = TrackingAllocator<Slot*, Kind>;
+  using BucketAllocator = TrackingAllocator<int32_t, Kind>;
 
-  static std::size_t segmentOf(uint32_t index) {
-    return index < 2 ? 0 : static_cast<std::size_t>(std::bit_width(index)) - 1;
+  // Heap segment of heap index `j` (a slot index less the inline slots), its first heap index and
+  // its size.
+  static uint32_t heapSegmentOf(uint32_t j) {
+    return static_cast<uint32_t>(std::bit_width((j >> kFirstHeapLog2) + 1)) - 1;
   }
-  static uint32_t segmentBase(std::size_t segment) { return segment == 0 ? 0 : 1u << segment; }
-  static uint32_t segmentSize(std::size_t segment) { return segment == 0 ? 2 : 1u << segment; }
-
-  Slot& slot(uint32_t index) const {
-    const std::size_t s = segmentOf(index);
-    return segments_[s][index - segmentBase(s)];
+  static uint32_t heapSegmentBase(uint32_t s) { return kFirstHeap * ((1u << s) - 1); }
+  static uint32_t heapSegmentSize(uint32_t s) { return kFirstHeap << s; }
+  // The segment pointer array doubles as segments are added.
+  static uint32_t pointerCapacity(uint32_t segments) {
+    return segments == 0 ? 0 : std::bit_ceil(segments);
   }
-  Slot& slot(int32_t index) const { return slot(static_cast<uint32_t>(index)); }
+  uint32_t heapSegmentCount() const {
+    return slotCount_ <= InlineSlots ? 0 : heapSegmentOf(slotCount_ - 1 - InlineSlots) + 1;
+  }
 
-  std::size_t bucketCount() const { return buckets_.size(); }
+  const Slot& slot(uint32_t index) const {
+    if constexpr (InlineSlots > 0) {
+      if (index < InlineSlots) return inline_[index];
+    }
+    const uint32_t j = index - InlineSlots;
+    const uint32_t s = heapSegmentOf(j);
+    return segments_[s][j - heapSegmentBase(s)];
+  }
+  Slot& slot(uint32_t index) {
+    return const_cast<Slot&>(static_cast<const KeyedTable*>(this)->slot(index));
+  }
+  const Slot& slot(int32_t index) const { return slot(static_cast<uint32_t>(index)); }
+  Slot& slot(int32_t index) { return slot(static_cast<uint32_t>(index)); }
+
+  static uint32_t tagOf(const Key& key) {
+    return HashHelper::KeyAndRhashLegacy(::Vox::hashOfKey(key)) | kLive;
+  }
+
+  std::size_t bucketCount() const { return bucketLog2_ == 0 ? 0 : std::size_t{1} << bucketLog2_; }
+  int32_t& bucket(uint32_t tag) const { return buckets_[tag & (bucketCount() - 1)]; }
 
   int32_t findIndex(const Key& key) const {
-    return findIndex(key, HashHelper::KeyAndRhashLegacy(::Vox::hashOfKey(key)));
-  }
-  int32_t findIndex(const Key& key, uint32_t h) const {
     if (size_ == 0) return -1;
-    for (int32_t i = buckets_[h & (bucketCount() - 1)]; i >= 0;) {
+    return findIndex(key, tagOf(key));
+  }
+  int32_t findIndex(const Key& key, uint32_t tag) const {
+    if (size_ == 0) return -1;
+    if (!buckets_) return scanInline(key, tag);
+    for (int32_t i = bucket(tag); i >= 0;) {
       const Slot& s = slot(i);
-      if (s.hash == h && s.key == key) return i;
+      if (s.tag == tag && s.key == key) return i;
       i = s.next;
     }
     return -1;
   }
+  // Without buckets every slot handed out is inline.
+  int32_t scanInline(const Key& key, uint32_t tag) const {
+    if constexpr (InlineSlots > 0) {
+      for (uint32_t i = 0; i < slotCount_; ++i) {
+        const Slot& s = inline_[i];
+        if (s.tag == tag && s.key == key) return static_cast<int32_t>(i);
+      }
+    }
+    return -1;
+  }
 
+  // Makes room in the buckets for one more element before anything else changes: grows them at
+  // a load of one, and builds them when the next slot handed out will be the first heap slot.
+  void reserveBucketsForInsert() {
+    if (buckets_) {
+      if (size_ + 1 > bucketCount()) rebuildBuckets(bucketLog2_ + 1);
+    } else if (freeHead_ < 0 && slotCount_ >= InlineSlots) {
+      rebuildBuckets(std::max(1u, static_cast<uint32_t>(std::bit_width(size_))));
+    }
+  }
+
+  void rebuildBuckets(uint32_t log2) {
+    const std::size_t count = std::size_t{1} << log2;
+    int32_t* fresh = BucketAllocator().allocate(count);
+    std::fill_n(fresh, count, -1);
+    if (buckets_) BucketAllocator().deallocate(buckets_, bucketCount());
+    buckets_ = fresh;
+    bucketLog2_ = log2;
+    for (uint32_t i = 0; i < slotCount_; ++i) {
+      Slot& s = slot(i);
+      if (!s.live()) continue;
+      int32_t& head = bucket(s.tag);
+      s.next = head;
+      head = static_cast<int32_t>(i);
+    }
+  }
+
+  // A slot that is neither live nor free: the caller constructs its value and links it.
   int32_t allocateSlot() {
     if (freeHead_ >= 0) {
       const int32_t i = freeHead_;
@@ -237,56 +406,122 @@ class KeyedTable {
       return i;
     }
     const uint32_t i = slotCount_;
-    const std::size_t s = segmentOf(i);
-    if (s == segments_.size()) {
-      SlotAllocator alloc;
-      Slot* segment = alloc.allocate(segmentSize(s));
-      std::uninitialized_default_construct_n(segment, segmentSize(s));
-      segments_.push_back(segment);
+    if (i >= InlineSlots) {
+      const uint32_t j = i - InlineSlots;
+      const uint32_t s = heapSegmentOf(j);
+      if (j == heapSegmentBase(s)) addHeapSegment(s);
     }
     ++slotCount_;
     return static_cast<int32_t>(i);
   }
 
-  void growBuckets() {
-    const std::size_t count = bucketCount() == 0 ? 2 : bucketCount() * 2;
-    buckets_.assign(count, -1);
-    for (uint32_t i = 0; i < slotCount_; ++i) {
-      Slot& s = slot(i);
-      if (!s.live) continue;
-      int32_t& head = buckets_[s.hash & (count - 1)];
+  void addHeapSegment(uint32_t s) {
+    SlotAllocator slots;
+    Slot* segment = slots.allocate(heapSegmentSize(s));
+    std::uninitialized_default_construct_n(segment, heapSegmentSize(s));
+    if (pointerCapacity(s) == s) {
+      Slot** grown;
+      try {
+        grown = PointerAllocator().allocate(pointerCapacity(s + 1));
+      } catch (...) {
+        std::destroy_n(segment, heapSegmentSize(s));
+        slots.deallocate(segment, heapSegmentSize(s));
+        throw;
+      }
+      std::copy_n(segments_, s, grown);
+      if (segments_) PointerAllocator().deallocate(segments_, pointerCapacity(s));
+      segments_ = grown;
+    }
+    segments_[s] = segment;
+  }
+
+  void link(int32_t i, uint32_t tag) {
+    Slot& s = slot(i);
+    s.tag = tag;
+    if (buckets_) {
+      int32_t& head = bucket(tag);
       s.next = head;
-      head = static_cast<int32_t>(i);
+      head = i;
+    }
+    ++size_;
+    ++version_;
+  }
+
+  // Takes live slot `i` out of its bucket chain.
+  void unlink(uint32_t i) {
+    int32_t* link = &bucket(slot(i).tag);
+    while (*link != static_cast<int32_t>(i))
+      link = &slot(*link).next;
+    *link = slot(i).next;
+  }
+
+  // Removes the element of slot `i`, already out of its bucket chain: the table reflects the
+  // removal before the value's destructor runs, and the slot is free only after it returned.
+  void retire(uint32_t i) {
+    Slot& s = slot(i);
+    s.tag = 0;
+    --size_;
+    ++version_;
+    if constexpr (std::is_trivially_destructible_v<Value>) {
+      pushFree(static_cast<int32_t>(i));
+      if (size_ == 0 && pins_ == 0) releaseStorage();
+    } else {
+      pin();
+      s.value.destroy();
+      pushFree(static_cast<int32_t>(i));
+      unpin();
     }
   }
 
+  void pushFree(int32_t i) {
+    slot(i).next = freeHead_;
+    freeHead_ = i;
+  }
+
+  void pin() const {
+    assert(pins_ < kMaxPins && "too many iterators alive on one table");
+    ++pins_;
+  }
+  void unpin() {
+    // An empty table's storage holds nothing observable; releasing it is not a mutation.
+    if (--pins_ == 0 && size_ == 0) releaseStorage();
+  }
+
   void releaseStorage() {
-    SlotAllocator alloc;
-    for (std::size_t s = 0; s < segments_.size(); ++s) {
-      std::destroy_n(segments_[s], segmentSize(s));
-      alloc.deallocate(segments_[s], segmentSize(s));
+    const uint32_t heap = heapSegmentCount();
+    SlotAllocator slots;
+    for (uint32_t s = 0; s < heap; ++s) {
+      std::destroy_n(segments_[s], heapSegmentSize(s));
+      slots.deallocate(segments_[s], heapSegmentSize(s));
     }
-    segments_.clear();
-    segments_.shrink_to_fit();
-    buckets_.clear();
-    buckets_.shrink_to_fit();
+    if (segments_) PointerAllocator().deallocate(segments_, pointerCapacity(heap));
+    if (buckets_) BucketAllocator().deallocate(buckets_, bucketCount());
+    segments_ = nullptr;
+    buckets_ = nullptr;
+    bucketLog2_ = 0;
     slotCount_ = 0;
     freeHead_ = -1;
   }
 
-  std::vector<Slot*, TrackingAllocator<Slot*, Kind>> segments_;
-  std::vector<int32_t, TrackingAllocator<int32_t, Kind>> buckets_;
+  Slot** segments_ = nullptr;   // heap segments, pointerCapacity(heapSegmentCount()) entries
+  int32_t* buckets_ = nullptr;  // bucket heads, 1 << bucketLog2_ of them; null while inline only
   uint32_t size_ = 0;
   uint32_t slotCount_ = 0;  // slots handed out so far; iteration runs over these
   int32_t freeHead_ = -1;
   uint32_t version_ = 0;
-  mutable uint32_t liveIterators_ = 0;
+  // Live iterators plus erasures and insertions under way; storage is released only when none.
+  static constexpr uint32_t kMaxPins = (1u << 27) - 1;
+  mutable uint32_t pins_ : 27 = 0;
+  uint32_t bucketLog2_ : 5 = 0;
+  [[no_unique_address]] std::conditional_t<(InlineSlots > 0), std::array<Slot, InlineSlots>,
+                                           KeyedTableDetail::NoInlineSlots>
+      inline_;
 };
 
 // A keyed set: iteration yields the keys.
-template <class Key, MemoryKind Kind = MemoryKind::kKeyedSet>
+template <class Key, MemoryKind Kind = MemoryKind::kKeyedSet, uint32_t InlineSlots = 1>
 class KeyedSet {
-  using Table = KeyedTable<Key, Empty, Kind>;
+  using Table = KeyedTable<Key, Empty, Kind, InlineSlots>;
 
  public:
   class const_iterator {

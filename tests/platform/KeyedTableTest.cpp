@@ -2,48 +2,103 @@
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <random>
 #include <set>
+#include <stdexcept>
 #include <unordered_set>
 #include <vector>
 
+#include "platform/mpls/RouterId.h"
+#include "platform/vela/MplsLabel.h"
 #include "tests/support/TestEntities.h"
 
 namespace {
 
 using QuillTest::CollidingKey;
 using QuillTest::TestKey;
-using Set = Vox::KeyedSet<TestKey>;
+using Vox::MemoryKind;
 
+// The pipeline keeps a great many one-element sets and maps: their whole cost is the object.
+static_assert(sizeof(Vox::KeyedSet<Vela::MplsLabel>) <= 48);
+static_assert(sizeof(Vox::KeyedTable<Mpls::RouterId, Vox::Ptr<QuillTest::TestItem>>) <= 64);
+
+template <class Set>
 std::multiset<uint32_t> contents(const Set& set) {
   std::multiset<uint32_t> out;
-  for (const TestKey& key : set)
+  for (const auto& key : set)
     out.insert(key.value);
   return out;
 }
 
-// A long random sequence of inserts and erases, checked against std::unordered_set after
-// every step (membership, size) and periodically by full iteration.
-TEST(KeyedTableTest, AgreesWithUnorderedSetOverRandomOperations) {
-  std::mt19937 random(20261121);
-  Set set;
-  std::unordered_set<uint32_t> model;
-  for (int step = 0; step < 20000; ++step) {
-    const uint32_t value = random() % 500;
-    if (random() % 3 == 0) {
-      EXPECT_EQ(set.erase({value}), model.erase(value) == 1) << "step " << step;
-    } else {
-      EXPECT_EQ(set.insert({value}), model.insert(value).second) << "step " << step;
-    }
-    ASSERT_EQ(set.size(), model.size());
-    if (step % 997 == 0) {
-      EXPECT_EQ(contents(set), std::multiset<uint32_t>(model.begin(), model.end()));
+std::multiset<uint32_t> range(uint32_t from, uint32_t to) {
+  std::multiset<uint32_t> out;
+  for (uint32_t v = from; v < to; ++v)
+    out.insert(v);
+  return out;
+}
+
+int64_t liveSetBytes() {
+  return Vox::Memory::liveBytes(MemoryKind::kKeyedSet);
+}
+
+// Every behaviour is checked for tables without inline slots, with the default one, and with
+// more, so that each crosses the boundary between inline slots and heap segments.
+template <uint32_t N>
+struct Inline {
+  static constexpr uint32_t kSlots = N;
+};
+
+template <class P>
+class KeyedTableTest : public ::testing::Test {
+ protected:
+  static constexpr uint32_t kInline = P::kSlots;
+  using Set = Vox::KeyedSet<TestKey, MemoryKind::kKeyedSet, kInline>;
+  template <class Value>
+  using Map = Vox::KeyedTable<TestKey, Value, MemoryKind::kKeyedMap, kInline>;
+
+  // Sizes either side of the boundary.
+  static std::vector<uint32_t> sizes() {
+    std::set<uint32_t> out = {1, kInline + 1, 2 * kInline + 3, 40};
+    if (kInline > 0) out.insert(kInline);
+    return {out.begin(), out.end()};
+  }
+  static void fill(Set& set, uint32_t count) {
+    for (uint32_t v = 0; v < count; ++v)
+      set.insert({v});
+  }
+};
+
+using InlineCounts = ::testing::Types<Inline<0>, Inline<1>, Inline<2>, Inline<3>>;
+TYPED_TEST_SUITE(KeyedTableTest, InlineCounts);
+
+// Long random sequences of inserts and erases, checked against std::unordered_set after every
+// step; the narrow key range empties and refills the table often.
+TYPED_TEST(KeyedTableTest, AgreesWithUnorderedSetOverRandomOperations) {
+  for (const uint32_t keyRange : {4u, 500u}) {
+    std::mt19937 random(20261121 + keyRange);
+    typename TestFixture::Set set;
+    std::unordered_set<uint32_t> model;
+    for (int step = 0; step < 20000; ++step) {
+      const uint32_t value = random() % keyRange;
+      if (random() % 3 == 0) {
+        ASSERT_EQ(set.erase({value}), model.erase(value) == 1) << keyRange << " step " << step;
+      } else {
+        ASSERT_EQ(set.insert({value}), model.insert(value).second) << keyRange << " step " << step;
+      }
+      ASSERT_EQ(set.size(), model.size());
+      if (model.empty()) {
+        ASSERT_EQ(set.allocatedBytes(), 0u) << "an empty table holds nothing";
+      }
+      if (step % 997 == 0) {
+        ASSERT_EQ(contents(set), std::multiset<uint32_t>(model.begin(), model.end()));
+      }
     }
   }
 }
 
-TEST(KeyedTableTest, CollidingKeysStayDistinct) {
-  Vox::KeyedSet<CollidingKey> set;
+TYPED_TEST(KeyedTableTest, CollidingKeysStayDistinct) {
+  Vox::KeyedSet<CollidingKey, MemoryKind::kKeyedSet, TestFixture::kInline> set;
   for (uint32_t v = 0; v < 50; ++v)
     EXPECT_TRUE(set.insert({v}));
   for (uint32_t v = 0; v < 50; v += 2)
@@ -52,94 +107,311 @@ TEST(KeyedTableTest, CollidingKeysStayDistinct) {
     EXPECT_EQ(set.contains({v}), v % 2 == 1) << v;
 }
 
-TEST(KeyedTableTest, VersionChangesOnEveryInsertAndRemoveOnly) {
-  Set set;
-  uint32_t version = set.version();
-  set.insert({1});
-  EXPECT_NE(set.version(), version);
-  version = set.version();
-  set.insert({1});  // already present
-  set.erase({2});   // absent
-  EXPECT_EQ(set.contains({1}), true);
-  EXPECT_EQ(set.version(), version);
-  set.erase({1});
-  EXPECT_NE(set.version(), version);
+TYPED_TEST(KeyedTableTest, VersionChangesOnEveryInsertAndRemoveOnly) {
+  typename TestFixture::template Map<int> map;
+  struct Step {
+    char op;  // 'i' insert, 'e' erase, 'f' find, 'w' walk
+    uint32_t key;
+    bool changes;
+  };
+  const Step steps[] = {{'i', 1, true},  {'i', 1, false}, {'e', 2, false}, {'i', 2, true},
+                        {'i', 3, true},  {'f', 3, false}, {'w', 0, false}, {'e', 1, true},
+                        {'e', 1, false}, {'i', 1, true},  {'e', 3, true},  {'e', 2, true},
+                        {'e', 1, true},  {'e', 1, false}, {'i', 4, true}};
+  for (const Step& step : steps) {
+    const uint32_t before = map.version();
+    if (step.op == 'i') map.insert({step.key}, 7);
+    if (step.op == 'e') map.erase({step.key});
+    if (step.op == 'f') {
+      EXPECT_NE(map.find({step.key}), nullptr);
+    }
+    if (step.op == 'w') {
+      for (auto it = map.begin(); it != map.end(); ++it)
+        ++it.value();
+    }
+    EXPECT_EQ(map.version() != before, step.changes) << step.op << step.key;
+  }
 }
 
-class KeyedTableIterationTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    for (uint32_t v = 0; v < 100; ++v)
-      set.insert({v});
+TYPED_TEST(KeyedTableTest, RemovingTheCurrentElementVisitsEveryOtherOnce) {
+  for (const uint32_t size : TestFixture::sizes()) {
+    typename TestFixture::Set set;
+    TestFixture::fill(set, size);
+    std::multiset<uint32_t> visited;
+    for (auto it = set.begin(); it != set.end(); ++it) {
+      const TestKey& key = *it;
+      const uint32_t value = key.value;
+      visited.insert(value);
+      if (value % 3 == 0) {
+        set.erase(key);
+        EXPECT_EQ(key.value, value) << "a removed key stays readable while iterating";
+      }
+    }
+    EXPECT_EQ(visited, range(0, size)) << size;
+    EXPECT_EQ(set.size(), size - (size + 2) / 3) << size;
   }
-  Set set;
+}
+
+TYPED_TEST(KeyedTableTest, RemovingOthersDuringIterationSkipsThem) {
+  for (const uint32_t size : TestFixture::sizes()) {
+    typename TestFixture::Set set;
+    TestFixture::fill(set, size);
+    std::multiset<uint32_t> visited;
+    for (const TestKey& key : set) {
+      visited.insert(key.value);
+      for (uint32_t v = 0; v < size; ++v) {
+        if (v != key.value && !visited.count(v) && v % 2 == 1) set.erase({v});
+      }
+    }
+    for (const uint32_t v : visited)
+      EXPECT_TRUE(set.contains({v})) << size << " visited " << v << " after its removal";
+    EXPECT_EQ(visited.size(), set.size());
+  }
+}
+
+TYPED_TEST(KeyedTableTest, RemovingEverythingFromInsideTheLoopReleasesAfterTheLoop) {
+  const int64_t before = liveSetBytes();
+  for (const uint32_t size : TestFixture::sizes()) {
+    typename TestFixture::Set set;
+    TestFixture::fill(set, size);
+    const std::size_t held = set.allocatedBytes();
+    uint32_t visits = 0;
+    for (const TestKey& key : set) {
+      ++visits;
+      set.erase(key);
+      EXPECT_EQ(set.allocatedBytes(), held) << "storage stays while an iterator is alive";
+    }
+    EXPECT_EQ(visits, size);
+    EXPECT_TRUE(set.empty());
+    EXPECT_EQ(set.allocatedBytes(), 0u);
+    EXPECT_EQ(liveSetBytes(), before);
+    TestFixture::fill(set, size + 5);  // and the table grows again from nothing
+    EXPECT_EQ(contents(set), range(0, size + 5));
+    EXPECT_EQ(liveSetBytes() - before, static_cast<int64_t>(set.allocatedBytes()));
+  }
+  EXPECT_EQ(liveSetBytes(), before);
+}
+
+TYPED_TEST(KeyedTableTest, InsertsDuringIterationKeepExistingElementsInPlaceAndOnce) {
+  for (const uint32_t size : TestFixture::sizes()) {
+    typename TestFixture::template Map<uint32_t> map;
+    std::vector<const uint32_t*> stored;
+    for (uint32_t v = 0; v < size; ++v)
+      stored.push_back(map.insert({v}, v * 10).first);
+    std::multiset<uint32_t> visited;
+    for (auto it = map.begin(); it != map.end(); ++it) {
+      visited.insert(it.key().value);
+      if (it.key().value < size) map.insert({it.key().value + 1000}, 0);  // spills and grows
+    }
+    for (uint32_t v = 0; v < size; ++v) {
+      EXPECT_EQ(visited.count(v), 1u) << size << " key " << v;
+      EXPECT_EQ(map.find({v}), stored[v]) << "elements must not move when the table grows";
+      EXPECT_EQ(*stored[v], v * 10);
+    }
+    for (uint32_t v = 1000; v < 1000 + size; ++v)
+      EXPECT_LE(visited.count(v), 1u);
+    EXPECT_EQ(map.size(), 2u * size);
+  }
+}
+
+TYPED_TEST(KeyedTableTest, ResumesFromAKey) {
+  for (const uint32_t size : TestFixture::sizes()) {
+    typename TestFixture::Set set;
+    TestFixture::fill(set, size);
+    std::vector<uint32_t> order;
+    for (const TestKey& key : set)
+      order.push_back(key.value);
+    const std::size_t from = size / 2;
+    std::vector<uint32_t> resumed;
+    for (auto it = set.iteratorAt({order[from]}); it != set.end(); ++it)
+      resumed.push_back(it->value);
+    EXPECT_EQ(resumed, std::vector<uint32_t>(order.begin() + from, order.end()));
+    EXPECT_TRUE(set.iteratorAt({12345}) == set.end());
+  }
+}
+
+// Tables that fit their inline slots allocate nothing; beyond them the tracked bytes are
+// exactly what allocatedBytes() reports, and emptying the table gives them all back.
+TYPED_TEST(KeyedTableTest, AllocatesOnlyBeyondTheInlineSlotsAndCountsItsBytes) {
+  const int64_t before = liveSetBytes();
+  for (const uint32_t size : {1u, 2u, 3u, 4u, 5u, 17u, 1000u}) {
+    {
+      typename TestFixture::Set set;
+      TestFixture::fill(set, size);
+      EXPECT_EQ(liveSetBytes() - before, static_cast<int64_t>(set.allocatedBytes())) << size;
+      EXPECT_EQ(set.allocatedBytes() == 0, size <= TestFixture::kInline) << size;
+      for (uint32_t v = 0; v < size; ++v)
+        set.erase({v});
+      EXPECT_EQ(set.allocatedBytes(), 0u);
+      EXPECT_EQ(liveSetBytes(), before);
+      TestFixture::fill(set, size);
+    }
+    EXPECT_EQ(liveSetBytes(), before) << "the destructor releases everything";
+  }
+}
+
+// A value that can be neither default-constructed, copied nor moved, and that records its
+// construction and destruction and may act on its table when destroyed.
+struct Census {
+  int constructed = 0;
+  int destroyed = 0;
 };
 
-TEST_F(KeyedTableIterationTest, RemovingTheCurrentElementVisitsEveryOtherOnce) {
-  std::multiset<uint32_t> visited;
-  for (auto it = set.begin(); it != set.end(); ++it) {
-    const TestKey key = *it;
-    visited.insert(key.value);
-    if (key.value % 3 == 0) set.erase(key);
+class Probe {
+ public:
+  Probe(Census& census, uint32_t id, std::function<void()> onDestroy = {})
+      : census_(census), id_(id), onDestroy_(std::move(onDestroy)) {
+    if (id == kThrows) throw std::runtime_error("refused");
+    ++census_.constructed;
   }
-  EXPECT_EQ(visited.size(), 100u);
-  EXPECT_EQ(std::set<uint32_t>(visited.begin(), visited.end()).size(), 100u);
-  EXPECT_EQ(set.size(), 100u - 34u);
-}
-
-TEST_F(KeyedTableIterationTest, RemovingEverythingFromInsideTheLoopEndsCleanly) {
-  int visits = 0;
-  for (const TestKey& key : set) {
-    ++visits;
-    const uint32_t value = key.value;  // the reference stays readable after its own removal
-    set.erase(key);
-    EXPECT_EQ(key.value, value);
+  Probe(const Probe&) = delete;
+  Probe& operator=(const Probe&) = delete;
+  ~Probe() {
+    ++census_.destroyed;
+    if (onDestroy_) onDestroy_();
   }
-  EXPECT_EQ(visits, 100);
-  EXPECT_TRUE(set.empty());
-  set.insert({5});
-  EXPECT_EQ(contents(set), std::multiset<uint32_t>{5});
-}
+  uint32_t id() const { return id_; }
 
-TEST_F(KeyedTableIterationTest, InsertsDuringIterationKeepExistingElementsExactlyOnce) {
-  std::multiset<uint32_t> visited;
-  const TestKey* firstKey = &*set.begin();
-  const uint32_t firstValue = firstKey->value;
-  for (const TestKey& key : set) {
-    visited.insert(key.value);
-    if (key.value < 100) set.insert({key.value + 1000});  // grows the table many times over
+  static constexpr uint32_t kThrows = 666;
+
+ private:
+  Census& census_;
+  uint32_t id_;
+  std::function<void()> onDestroy_;
+};
+
+TYPED_TEST(KeyedTableTest, EmplaceConstructsOnlyWhenAbsentAndDestroysExactlyOnce) {
+  for (const uint32_t size : TestFixture::sizes()) {
+    Census census;
+    {
+      typename TestFixture::template Map<Probe> map;
+      for (uint32_t v = 0; v < size; ++v) {
+        auto [probe, inserted] = map.emplace({v}, census, v);
+        EXPECT_TRUE(inserted);
+        EXPECT_EQ(probe->id(), v);
+      }
+      auto [existing, inserted] = map.emplace({0}, census, 99u);
+      EXPECT_FALSE(inserted);
+      EXPECT_EQ(existing->id(), 0u);
+      EXPECT_EQ(existing, map.find({0}));
+      EXPECT_EQ(census.constructed, static_cast<int>(size));
+      for (uint32_t v = 0; v < size; v += 2) {
+        const int destroyed = census.destroyed;
+        EXPECT_TRUE(map.erase({v}));
+        EXPECT_EQ(census.destroyed, destroyed + 1) << "erase destroys the value at once";
+        EXPECT_FALSE(map.erase({v}));
+      }
+      EXPECT_EQ(census.destroyed, static_cast<int>((size + 1) / 2));
+      map.emplace({0}, census, 100u);  // reuses a freed slot
+      EXPECT_EQ(map.find({0})->id(), 100u);
+    }
+    EXPECT_EQ(census.constructed, census.destroyed) << size;
+    EXPECT_EQ(census.constructed, static_cast<int>(size) + 1) << size;
   }
-  EXPECT_EQ(firstKey->value, firstValue) << "elements must not move when the table grows";
-  for (uint32_t v = 0; v < 100; ++v)
-    EXPECT_EQ(visited.count(v), 1u) << v;
-  EXPECT_EQ(set.size(), 200u);
 }
 
-TEST_F(KeyedTableIterationTest, ResumesFromAKey) {
-  std::vector<uint32_t> order;
-  for (const TestKey& key : set)
-    order.push_back(key.value);
-  std::vector<uint32_t> resumed;
-  for (auto it = set.iteratorAt({order[40]}); it != set.end(); ++it)
-    resumed.push_back(it->value);
-  EXPECT_EQ(resumed, std::vector<uint32_t>(order.begin() + 40, order.end()));
-  EXPECT_TRUE(set.iteratorAt({12345}) == set.end());
+TYPED_TEST(KeyedTableTest, AThrowingConstructorLeavesTheTableAsItWas) {
+  for (const uint32_t size : {0u, TestFixture::kInline, TestFixture::kInline + 1}) {
+    Census census;
+    typename TestFixture::template Map<Probe> map;
+    for (uint32_t v = 0; v < size; ++v)
+      map.emplace({v}, census, v);
+    const uint32_t version = map.version();
+    EXPECT_THROW(map.emplace({500}, census, Probe::kThrows), std::runtime_error);
+    EXPECT_EQ(map.version(), version);
+    EXPECT_EQ(map.size(), size);
+    EXPECT_FALSE(map.contains({500}));
+    if (size == 0) {
+      EXPECT_EQ(map.allocatedBytes(), 0u);
+    }
+    uint32_t visits = 0;
+    for (auto it = map.begin(); it != map.end(); ++it)
+      ++visits;
+    EXPECT_EQ(visits, size) << "the slot that was to hold the value is not iterated";
+    EXPECT_TRUE(map.emplace({500}, census, 500u).second);
+    EXPECT_EQ(census.destroyed, 0);
+  }
 }
 
-TEST(KeyedTableTest, ReleasesStorageWhenEmptiedAndCountsItsBytes) {
-  const int64_t before = Vox::Memory::liveBytes(Vox::MemoryKind::kKeyedSet);
+// A value's destructor runs after its removal is complete and may change the table: here each
+// destroyed value checks that its key is gone, then inserts one key and erases another.
+TYPED_TEST(KeyedTableTest, AValueDestructorSeesItsRemovalAndMayChangeTheTable) {
+  for (const uint32_t size : TestFixture::sizes()) {
+    Census census;
+    typename TestFixture::template Map<Probe> map;
+    std::vector<uint32_t> seenSizes;
+    for (uint32_t v = 0; v < size; ++v) {
+      map.emplace({v}, census, v, [&map, &census, &seenSizes, v] {
+        EXPECT_FALSE(map.contains({v}));
+        seenSizes.push_back(static_cast<uint32_t>(map.size()));
+        map.emplace({v + 100}, census, v + 100);
+        map.erase({v + 1});
+      });
+    }
+    const uint32_t version = map.version();
+    EXPECT_TRUE(map.erase({0}));
+    EXPECT_NE(map.version(), version);
+    ASSERT_FALSE(seenSizes.empty());
+    EXPECT_EQ(seenSizes.front(), size - 1) << "the size already reflects the removal";
+    EXPECT_TRUE(map.contains({100}));
+    EXPECT_EQ(map.contains({1}), false);
+    std::set<uint32_t> keys;
+    for (auto it = map.begin(); it != map.end(); ++it) {
+      EXPECT_TRUE(keys.insert(it.key().value).second);
+      EXPECT_EQ(it.value().id(), it.key().value);
+    }
+    EXPECT_EQ(keys.size(), map.size());
+  }
+}
+
+// Removing the last other element from a destructor empties the table while the erase that ran
+// it is still under way: the slot being destroyed must survive that (checked by the sanitizers).
+TYPED_TEST(KeyedTableTest, ADestructorThatEmptiesTheTableDoesNotPullItsOwnSlot) {
+  Census census;
+  bool laterDestroyed = false;
   {
-    Set set;
-    for (uint32_t v = 0; v < 1000; ++v)
-      set.insert({v});
-    EXPECT_GT(Vox::Memory::liveBytes(Vox::MemoryKind::kKeyedSet), before);
-    EXPECT_EQ(Vox::Memory::liveBytes(Vox::MemoryKind::kKeyedSet) - before,
-              static_cast<int64_t>(set.allocatedBytes()));
-    for (uint32_t v = 0; v < 1000; ++v)
-      set.erase({v});
-    EXPECT_EQ(set.allocatedBytes(), 0u);
+    typename TestFixture::template Map<Probe> map;
+    map.emplace({1}, census, 1u, [&] { map.erase({2}); });
+    map.emplace({2}, census, 2u, [&] { laterDestroyed = true; });
+    map.emplace({3}, census, 3u, [&] { map.erase({1}); });
+    EXPECT_TRUE(map.erase({3}));
+    EXPECT_TRUE(laterDestroyed);
+    EXPECT_TRUE(map.empty());
+    EXPECT_EQ(map.allocatedBytes(), 0u);
+    map.emplace({4}, census, 4u);
   }
-  EXPECT_EQ(Vox::Memory::liveBytes(Vox::MemoryKind::kKeyedSet), before);
+  EXPECT_EQ(census.constructed, 4);
+  EXPECT_EQ(census.destroyed, 4);
+}
+
+// The table's destructor removes its elements one by one, so each value's destructor still
+// finds a consistent table.
+TYPED_TEST(KeyedTableTest, DestroyingTheTableDestroysEachValueAgainstAConsistentTable) {
+  for (const uint32_t size : TestFixture::sizes()) {
+    Census census;
+    uint32_t remaining = size;
+    {
+      typename TestFixture::template Map<Probe> map;
+      for (uint32_t v = 0; v < size; ++v) {
+        map.emplace({v}, census, v, [&map, &remaining, v] {
+          EXPECT_FALSE(map.contains({v}));
+          EXPECT_EQ(map.size(), --remaining);
+        });
+      }
+    }
+    EXPECT_EQ(census.destroyed, static_cast<int>(size));
+    EXPECT_EQ(remaining, 0u);
+  }
+}
+
+TEST(KeyedTableValueTest, InsertKeepsAnExistingValue) {
+  Vox::KeyedTable<TestKey, int> map;
+  const auto [first, inserted] = map.insert({1}, 5);
+  EXPECT_TRUE(inserted);
+  EXPECT_EQ(map.insert({1}, 6), std::make_pair(first, false));
+  EXPECT_EQ(*map.find({1}), 5);
+  map.insert({2});
+  EXPECT_EQ(*map.find({2}), 0) << "a value inserted without one is value-initialised";
 }
 
 }  // namespace
