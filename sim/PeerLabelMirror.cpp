@@ -7,6 +7,7 @@ PeerLabelMirror::PeerLabelMirror(const Vox::Ptr<const Mpls::LabelBindingTableCol
     : peerTables_(peerTables), fecRouterLabel_(fecRouterLabel) {
   observer_.notifierIs(peerTables_);
   hasNotificationActiveIs(true);
+  initializedIs(true);
   // Creation scans ran while nothing referenced the mirror; catch up now.
   for (const auto [routerId, table] : peerTables_->bindingTableColl()) {
     for (const auto [fec, binding] : table.bindingColl()) {
@@ -30,31 +31,6 @@ void PeerLabelMirror::mirror(const Mpls::FwdEqvClass& fec, const Mpls::RouterId&
   perRouter->routerLabelDel(label);
   if (perRouter->routerLabels() == 0) perFec->routerLabelInfoDel(routerId);
   if (perFec->routerLabelInfos() == 0) fecRouterLabel_->fecRouterLabelDel(fec);
-}
-
-PeerLabelMirror::VoxTable::VoxTable(const Vox::Ptr<const Mpls::LabelBindingTable>& table,
-                                    PeerLabelMirror* owner)
-    : MemberReactor(table, owner) {
-  Vox::syncPerKeyReactors<Mpls::LabelBindingTable::bindingAttribute>(binding_, *table);
-}
-
-void PeerLabelMirror::VoxTable::onAttribute(const Vox::AttributeInfo& attr, const void* key) {
-  if (const auto* fec = Mpls::LabelBindingTable::bindingAttribute::match(attr, key)) {
-    Vox::followMember<Mpls::LabelBindingTable::bindingAttribute>(binding_, *member(), *fec);
-  }
-}
-
-void PeerLabelMirror::VoxBinding::mirrorAll() {
-  if (!owner()->ownerAlive()) return;
-  for (const Vela::MplsLabel& label : member()->mplsLabelColl()) {
-    owner()->owner()->mirror(key(), owner()->key(), label);
-  }
-}
-
-void PeerLabelMirror::VoxBinding::onAttribute(const Vox::AttributeInfo& attr, const void* key) {
-  if (const auto* label = Mpls::FecLabelSet::mplsLabelAttribute::match(attr, key)) {
-    owner()->owner()->mirror(this->key(), owner()->key(), *label);
-  }
 }
 
 }  // namespace Sim

@@ -11,36 +11,25 @@ namespace Sim {
 
 class PeerLabelMirror : public Vox::Reactor {
  public:
-  class VoxTable;
-
-  // Follows the labels of one binding of one peer.
-  class VoxBinding : public Vox::MemberReactor<VoxBinding, VoxTable, Mpls::FecLabelSet> {
-   public:
-    static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
-    using MemberReactor::MemberReactor;
-    void mirrorAll();
-    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-    static constexpr auto kWholeMemberHandler = &VoxBinding::mirrorAll;
-  };
-
-  // Follows the bindings of one peer table.
-  class VoxTable : public Vox::MemberReactor<VoxTable, PeerLabelMirror, Mpls::LabelBindingTable> {
-   public:
-    static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
-    VoxTable(const Vox::Ptr<const Mpls::LabelBindingTable>& table, PeerLabelMirror* owner);
-    void mirrorAll() {}  // each binding mirrors itself
-    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-    static constexpr auto kWholeMemberHandler = &VoxTable::mirrorAll;
-
-   private:
-    Vox::PerKeyReactorColl<VoxBinding> binding_{*this, "Sim::PeerLabelMirror::VoxTable", "binding"};
-  };
-
   PeerLabelMirror(const Vox::Ptr<const Mpls::LabelBindingTableColl>& peerTables,
                   const Vox::Ptr<Mpls::FecRouterLabelInfoColl>& fecRouterLabel);
 
   // Makes (fec, router, label) in the mirror agree with the tables.
   void mirror(const Mpls::FwdEqvClass& fec, const Mpls::RouterId& routerId, Vela::MplsLabel label);
+  // The same, keyed as the per-key reactors see it: table, then binding.
+  void mirrorBinding(const Mpls::RouterId& routerId, const Mpls::FwdEqvClass& fec,
+                     Vela::MplsLabel label) {
+    mirror(fec, routerId, label);
+  }
+
+  // Follows the bindings of one peer table, and under each (`VoxBinding`) its labels.
+  struct VoxTable : Vox::MemberCollForwarder<
+                        VoxTable, PeerLabelMirror, Mpls::LabelBindingTable::bindingAttribute,
+                        Mpls::FecLabelSet::mplsLabelAttribute, &PeerLabelMirror::mirrorBinding> {
+    static constexpr const char* kClassName = "Sim::PeerLabelMirror::VoxTable";
+    using MemberCollForwarder::MemberCollForwarder;
+  };
+  using VoxBinding = VoxTable::Nested;
 
  private:
   Vox::Ptr<const Mpls::LabelBindingTableColl> peerTables_;

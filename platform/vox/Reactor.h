@@ -11,12 +11,15 @@
 // - `Reactor`: the counted base of every reactor: `initialized`, `hasNotificationActive`, the
 //   zombie state (`voxDoZombieReactors`) and the flag for deletion.
 // - `MemberReactor<Derived, Owner, Member>`: a per-key reactor. It observes one member entity,
-//   holds a counted reference to it and a plain back pointer to its owner (the owner holds the
-//   per-key reactor, so a counted back reference would be a cycle). `Derived` names its
-//   whole-member handler in `kWholeMemberHandler`; the handler runs when the per-key reactor is
-//   created and, for reactors whose `kRemoval` is `Removal::kZombie`, once more when it is
-//   removed (as a zombie, unhooked, over the member that it still holds), so that it can withdraw
-//   what the member contributed.
+//   holds a counted reference to it and a plain pointer to its owner (the stage, or the per-key
+//   reactor of the enclosing member). It is stored in its owner's `PerKeyReactorColl` slot, not
+//   allocated on its own. `Derived` names its whole-member handler in `kWholeMemberHandler`; the
+//   handler runs when the per-key reactor is created and, for reactors whose `kRemoval` is
+//   `Removal::kZombie`, once more when it is removed (as a zombie, unhooked, over the member that
+//   it still holds), so that it can withdraw what the member contributed.
+// - `KeyForwarder<Owner, Attr, &Stage::handler>` and `MemberCollForwarder<...>`: the per-key
+//   reactors every stage declares in one line: each key of one attribute of the member (or of
+//   the members of one of its collections) goes to one stage handler.
 // - `PerKeyReactorColl<Vox>`: the owner's keyed collection of per-key reactors, with `is(member)`,
 //   `del(key)` and `delAll()`. `is` with a null member throws the range exception
 //   "null _<attr> parameter to mutator for <Class>::<attr> not allowed\"".
@@ -28,6 +31,7 @@
 // All calls happen on the owner's event-loop thread.
 #include <functional>
 #include <string>
+#include <tuple>
 #include <type_traits>
 
 #include "platform/vox/Attribute.h"
@@ -97,8 +101,23 @@ enum class Removal {
   kZombie,  // make it a zombie first: its whole-member handler runs once more and withdraws
 };
 
+template <class Owner>
+concept StageOwner = std::is_base_of_v<Reactor, Owner>;
+
+// A per-key reactor: observes one member entity and forwards its changes to its owner, which is
+// either the stage reactor itself or another per-key reactor (for members nested one level
+// deeper). It is not a counted object of its own: it lives in its owner's `PerKeyReactorColl`
+// table slot, so it costs one slot and no allocation, and it goes when its key is removed. It
+// holds a counted reference to its member (through the observer) and a plain pointer to its
+// owner (the owner holds it, so a counted back reference would be a cycle).
+//
+// `Derived` names its whole-member handler in `kWholeMemberHandler` (run when the per-key reactor
+// is created and, for `kRemoval == Removal::kZombie`, once more as a zombie when it is removed,
+// unhooked, over the member it still holds, so that it can withdraw what the member contributed).
+// A per-key reactor that keeps per-key reactors of its own passes the notification and zombie
+// switches on to them by overriding `nestedNotificationActiveIs` and `nestedZombieIs`.
 template <class Derived, class OwnerT, class MemberT>
-class MemberReactor : public Reactor, public MemberT::NotifieeConst {
+class MemberReactor : public MemberT::NotifieeConst {
  public:
   using Owner = OwnerT;
   using Member = MemberT;
@@ -111,22 +130,62 @@ class MemberReactor : public Reactor, public MemberT::NotifieeConst {
   const Member* member() const { return this->notifier(); }
   const Key& key() const { return member()->key(); }
   Owner* owner() const { return owner_; }
-  // The owner is neither being constructed nor torn down: its handlers may run.
-  bool ownerAlive() const { return owner_->references() > 0 && !owner_->deleting(); }
-  // Alive and initialized: the owner's asserting handlers may be called.
-  bool ownerReady() const { return ownerAlive() && owner_->initialized(); }
 
-  bool hasNotificationActive() const { return Reactor::hasNotificationActive(); }
-  void hasNotificationActiveIs(bool active) override {
-    NotifieeBase::hasNotificationActiveIs(active);
-    Reactor::hasNotificationActiveIs(active);
+  // The stage reactor at the root of the chain of owners.
+  auto* stage() const {
+    if constexpr (StageOwner<Owner>) {
+      return owner_;
+    } else {
+      return owner_->stage();
+    }
   }
-  bool deleting() const { return Reactor::deleting(); }
+  // The keys from the outermost per-key reactor down to this one, for handlers that take them
+  // all (a FEC, then a router).
+  auto keys() const {
+    if constexpr (StageOwner<Owner>) {
+      return std::tuple<const Key&>(key());
+    } else {
+      return std::tuple_cat(owner_->keys(), std::tuple<const Key&>(key()));
+    }
+  }
 
-  void runWholeMemberHandler() { (static_cast<Derived*>(this)->*Derived::kWholeMemberHandler)(); }
+  // Created, switched on and not retiring: its handlers may walk its member.
+  bool alive() const { return this->hasNotificationActive() && !zombie_; }
+  // The owner is neither being constructed nor torn down: its handlers may run.
+  bool ownerAlive() const {
+    if constexpr (StageOwner<Owner>) {
+      return owner_->references() > 0 && !owner_->deleting();
+    } else {
+      return owner_->alive();
+    }
+  }
+  // The stage is alive and initialized: its asserting handlers may be called.
+  bool ownerReady() const {
+    if constexpr (StageOwner<Owner>) {
+      return ownerAlive() && owner_->initialized();
+    } else {
+      return owner_->ownerReady();
+    }
+  }
 
- protected:
-  void onZombie(bool zombie) override {
+  bool zombie() const { return zombie_; }
+  bool deleting() const { return NotifieeBase::deleting(); }
+  // Being removed from its owner's collection (set by the collection, for re-entrant removals).
+  bool retiring() const { return retiring_; }
+  void retiringIs() { retiring_ = true; }
+
+  void hasNotificationActiveIs(bool active) override {
+    if (active == this->hasNotificationActive()) return;
+    NotifieeBase::hasNotificationActiveIs(active);
+    nestedNotificationActiveIs(active);
+  }
+  // Becoming a zombie: nested per-key reactors first, then this one unhooks and runs its
+  // whole-member handler once more; finally it is flagged for deletion. Leaving the state hooks
+  // it back on.
+  void voxDoZombieReactors(bool zombie) {
+    if (zombie == zombie_) return;
+    zombie_ = zombie;
+    nestedZombieIs(zombie);
     if (zombie) {
       this->unhook();
       runWholeMemberHandler();
@@ -136,62 +195,207 @@ class MemberReactor : public Reactor, public MemberT::NotifieeConst {
     this->deletingIs(zombie);
   }
 
+  void runWholeMemberHandler() { (static_cast<Derived*>(this)->*Derived::kWholeMemberHandler)(); }
+
+ protected:
+  virtual void nestedNotificationActiveIs(bool /*active*/) {}
+  virtual void nestedZombieIs(bool /*zombie*/) {}
+
  private:
+  bool zombie_ = false;
+  bool retiring_ = false;
   Owner* owner_;
 };
 
+// The keys of attribute `Attr` of `entity`, one call each; the callback may change anything but
+// `entity` itself.
+template <class Attr, class F>
+void forEachKeyOf(const typename Attr::OwnerType& entity, F&& f) {
+  const auto& coll = Attr::of(entity);
+  for (auto it = coll.begin(); it != coll.end(); ++it) {
+    if constexpr (requires { it.key(); }) {
+      f(it.key());
+    } else {
+      f(*it);
+    }
+  }
+}
+
+// The typed forwarder: "every key of attribute `Attr` of the member goes to `Handler` of the
+// stage", as a per-key reactor of `Owner`. `Handler` is a stage member function taking the keys
+// of the chain of members (`keys()`, outermost first) and then the changed key:
+//
+//   using VoxFecLabelSet = Vox::KeyForwarder<LabelForwardingInfoSm,
+//       FecLabelSet::mplsLabelAttribute, &LabelForwardingInfoSm::handleFecLabel>;
+//
+// calls `handleFecLabel(fec, label)` for every label added to or removed from the FEC's set, and
+// for every label present when the per-key reactor is created or (with `Removal::kZombie`)
+// removed. Those whole-member runs happen only while the owner is alive and the stage
+// initialized: a nested per-key reactor created or retired together with its owner leaves the
+// walk to its owner's own whole-member handler. A stage that can treat the whole member faster
+// than key by key names `WholeHandler`, called with the keys and the member instead.
+template <class Owner, class Attr, auto Handler, Removal R = Removal::kZombie,
+          auto WholeHandler = nullptr>
+class KeyForwarder : public MemberReactor<KeyForwarder<Owner, Attr, Handler, R, WholeHandler>,
+                                          Owner, typename Attr::OwnerType> {
+  using Base = MemberReactor<KeyForwarder, Owner, typename Attr::OwnerType>;
+
+ public:
+  static constexpr Removal kRemoval = R;
+  using Base::Base;
+
+  // One changed key of the member.
+  void forward(const typename Attr::Key& changed) {
+    std::apply([&](const auto&... keys) { std::invoke(Handler, *this->stage(), keys..., changed); },
+               this->keys());
+  }
+  // Every key the member holds, whatever the owner's state (an owner's own whole-member walk).
+  void forwardAll() {
+    forEachKeyOf<Attr>(*this->member(), [&](const typename Attr::Key& k) { forward(k); });
+  }
+  void handleMember() {
+    if (!this->ownerAlive() || !this->ownerReady()) return;
+    if constexpr (std::is_same_v<decltype(WholeHandler), std::nullptr_t>) {
+      forwardAll();
+    } else {
+      std::apply(
+          [&](const auto&... keys) {
+            std::invoke(WholeHandler, *this->stage(), keys..., *this->member());
+          },
+          this->keys());
+    }
+  }
+  static constexpr auto kWholeMemberHandler = &KeyForwarder::handleMember;
+
+  void onAttribute(const AttributeInfo& attr, const void* key) override {
+    if (const auto* changed = Attr::match(attr, key)) forward(*changed);
+  }
+};
+
+template <class VoxT>
+class PerKeyReactorColl;
+template <class Attr, class VoxT>
+void syncPerKeyReactors(PerKeyReactorColl<VoxT>& perKey, const typename Attr::OwnerType& entity);
+template <class Attr, class VoxT>
+void followMember(PerKeyReactorColl<VoxT>& perKey, const typename Attr::OwnerType& entity,
+                  const typename Attr::Key& key);
+
+// A per-key reactor one level up: follows an entity-collection attribute `CollAttr` of its
+// member and keeps one `KeyForwarder` (its `Nested`) per member of that collection, which sends
+// every key of `LeafAttr` to `LeafHandler` with the keys of both levels. Its own whole-member
+// handler walks every (nested key, leaf key) pair of its member. `Derived` names the nested
+// collection in the null-argument text with `kClassName`:
+//
+//   struct VoxFecRouterLabel : Vox::MemberCollForwarder<VoxFecRouterLabel, LabelForwardingInfoSm,
+//       FecRouterLabelInfo::routerLabelInfoAttribute, RouterLabelInfo::routerLabelAttribute,
+//       &LabelForwardingInfoSm::handleFecRouterLabel> {
+//     static constexpr const char* kClassName = "Mpls::LabelForwardingInfoSm::VoxFecRouterLabel";
+//     using MemberCollForwarder::MemberCollForwarder;
+//   };
+template <class Derived, class Owner, class CollAttr, class LeafAttr, auto LeafHandler,
+          Removal R = Removal::kZombie>
+class MemberCollForwarder : public MemberReactor<Derived, Owner, typename CollAttr::OwnerType> {
+  using Base = MemberReactor<Derived, Owner, typename CollAttr::OwnerType>;
+
+ public:
+  using Nested = KeyForwarder<Derived, LeafAttr, LeafHandler, R>;
+  static constexpr Removal kRemoval = R;
+
+  MemberCollForwarder(const Ptr<const typename Base::Member>& member, Owner* owner)
+      : Base(member, owner) {
+    syncPerKeyReactors<CollAttr>(nested_, *member);
+  }
+
+  void handleMember() {
+    if (!this->ownerReady()) return;
+    const auto outer = this->keys();
+    const auto& members = CollAttr::of(*this->member());
+    for (auto it = members.begin(); it != members.end(); ++it) {
+      const auto& nestedKey = it.key();
+      forEachKeyOf<LeafAttr>(*it.member(), [&](const typename LeafAttr::Key& leafKey) {
+        std::apply(
+            [&](const auto&... keys) {
+              std::invoke(LeafHandler, *this->stage(), keys..., nestedKey, leafKey);
+            },
+            outer);
+      });
+    }
+  }
+  static constexpr auto kWholeMemberHandler = &MemberCollForwarder::handleMember;
+
+  void onAttribute(const AttributeInfo& attr, const void* key) override {
+    if (const auto* changed = CollAttr::match(attr, key)) {
+      followMember<CollAttr>(nested_, *this->member(), *changed);
+    }
+  }
+
+  PerKeyReactorColl<Nested>& nested() { return nested_; }
+  const PerKeyReactorColl<Nested>& nested() const { return nested_; }
+
+ protected:
+  void nestedNotificationActiveIs(bool active) override {
+    nested_.partNotificationActiveIs(active);
+  }
+  void nestedZombieIs(bool zombie) override { nested_.partZombieIs(zombie); }
+
+ private:
+  PerKeyReactorColl<Nested> nested_{static_cast<Derived&>(*this), Derived::kClassName,
+                                    CollAttr::info.name};
+};
+
+// The owner's keyed collection of per-key reactors, stored in the table's slots (references stay
+// valid until the key is removed). `xIs(member)` creates or keeps the per-key reactor of the
+// member's key, `xDel(key)` retires and removes it, `xDelAll()` removes all.
 template <class VoxT>
 class PerKeyReactorColl : public ReactorPart {
-  using Table = KeyedTable<typename VoxT::Key, Ptr<VoxT>, MemoryKind::kReactor>;
+  using Table = KeyedTable<typename VoxT::Key, VoxT, MemoryKind::kReactor>;
 
  public:
   using Key = typename VoxT::Key;
   using Member = typename VoxT::Member;
   using Owner = typename VoxT::Owner;
 
-  // `className` and `attributeName` name the collection in the null-argument text.
+  // `className` and `attributeName` name the collection in the null-argument text. A stage
+  // registers the collection as one of its parts; a per-key owner passes its switches on itself.
   PerKeyReactorColl(Owner& owner, const char* className, const char* attributeName)
       : owner_(owner), className_(className), attributeName_(attributeName) {
-    owner.partIs(*this);
+    if constexpr (StageOwner<Owner>) owner.partIs(*this);
   }
   PerKeyReactorColl(const PerKeyReactorColl&) = delete;
   PerKeyReactorColl& operator=(const PerKeyReactorColl&) = delete;
 
   std::size_t size() const { return table_.size(); }
-  Ptr<VoxT> find(const Key& key) const {
-    const Ptr<VoxT>* reactor = table_.find(key);
-    return reactor ? *reactor : nullptr;
-  }
+  VoxT* find(const Key& key) const { return const_cast<Table&>(table_).find(key); }
   const Table& table() const { return table_; }
 
   // The per-key reactor of `member`'s key: the existing one if it observes this very member,
-  // else a new one (replacing one that observes another member of the same key).
-  Ptr<VoxT> is(const Ptr<const Member>& member) {
+  // else a new one (retiring one that observes another member of the same key first). The
+  // returned pointer is valid until the key is removed.
+  VoxT* is(const Ptr<const Member>& member) {
     if (!member) {
       throw RangeException(std::string("null _") + attributeName_ + " parameter to mutator for " +
                            className_ + "::" + attributeName_ + " not allowed\"");
     }
     const Key key = member->key();
-    Ptr<VoxT> previous;
-    if (Ptr<VoxT>* existing = table_.find(key)) {
-      if ((*existing)->member() == member.ptr()) return *existing;
-      previous = *existing;
-      table_.erase(key);
+    while (VoxT* existing = table_.find(key)) {
+      if (existing->member() == member.ptr() || existing->retiring()) return existing;
+      del(key);
     }
-    Ptr<VoxT> reactor(new VoxT(member, &owner_));
+    VoxT* reactor = table_.emplace(key, member, &owner_).first;
     reactor->hasNotificationActiveIs(true);
-    table_.insert(key, reactor);
-    retire(previous);
     reactor->runWholeMemberHandler();
     return reactor;
   }
 
+  // Retires the per-key reactor of `key` (its zombie run, while it is still in the collection)
+  // and then removes it.
   void del(const Key& key) {
-    Ptr<VoxT>* stored = table_.find(key);
-    if (!stored) return;
-    Ptr<VoxT> reactor = *stored;
+    VoxT* reactor = table_.find(key);
+    if (!reactor || reactor->retiring()) return;  // absent, or already being retired
+    reactor->retiringIs();
+    if constexpr (VoxT::kRemoval == Removal::kZombie) reactor->voxDoZombieReactors(true);
+    reactor->hasNotificationActiveIs(false);
     table_.erase(key);
-    retire(reactor);
   }
 
   void delAll() {
@@ -201,20 +405,14 @@ class PerKeyReactorColl : public ReactorPart {
 
   void partNotificationActiveIs(bool active) override {
     for (auto it = table_.begin(); it != table_.end(); ++it)
-      it.value()->hasNotificationActiveIs(active);
+      it.value().hasNotificationActiveIs(active);
   }
   void partZombieIs(bool zombie) override {
     for (auto it = table_.begin(); it != table_.end(); ++it)
-      it.value()->voxDoZombieReactors(zombie);
+      it.value().voxDoZombieReactors(zombie);
   }
 
  private:
-  static void retire(const Ptr<VoxT>& reactor) {
-    if (!reactor) return;
-    if constexpr (VoxT::kRemoval == Removal::kZombie) reactor->voxDoZombieReactors(true);
-    reactor->hasNotificationActiveIs(false);
-  }
-
   Owner& owner_;
   const char* className_;
   const char* attributeName_;

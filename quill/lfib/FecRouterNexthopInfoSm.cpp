@@ -39,11 +39,11 @@ void FecRouterNexthopInfoSm::handleRouterNexthop(const RouterId& routerId, const
   }
   // Every FEC of the router may land elsewhere on the changed ring.
   if (const auto table = labelBindingTableColl_->bindingTable(routerId))
-    chooseViaForEveryFec(routerId, *table);
+    handleRouterFecInfo(routerId, *table);
 }
 
-void FecRouterNexthopInfoSm::chooseViaForEveryFec(const RouterId& routerId,
-                                                  const LabelBindingTable& fecs) {
+void FecRouterNexthopInfoSm::handleRouterFecInfo(const RouterId& routerId,
+                                                 const LabelBindingTable& fecs) {
   VOX_ASSERT(initialized(), "initialized()");
   // One look-up of the router for all of its FECs: choosing writes only this stage's output, so
   // the router's table, vias and ring stay as read for the whole loop. `fecs` may be a table
@@ -99,39 +99,6 @@ void FecRouterNexthopInfoSm::handleInitialized() {
 
 void FecRouterNexthopInfoSm::handleDelete() {
   leaveInitialized();
-}
-
-void FecRouterNexthopInfoSm::VoxRouterFec::handleRouterFecInfo() {
-  if (!ownerReady()) return;
-  owner()->chooseViaForEveryFec(key(), *member());
-}
-
-void FecRouterNexthopInfoSm::VoxRouterFec::vox_handleRouterFec_binding(const FwdEqvClass& fec) {
-  owner()->handleRouterFec(key(), fec);
-}
-
-void FecRouterNexthopInfoSm::VoxRouterFec::onAttribute(const Vox::AttributeInfo& attr,
-                                                       const void* key) {
-  if (const auto* fec = LabelBindingTable::bindingAttribute::match(attr, key)) {
-    vox_handleRouterFec_binding(*fec);
-  }
-}
-
-void FecRouterNexthopInfoSm::VoxRouterNexthop::handleRouterNexthopInfo() {
-  if (!ownerReady()) return;
-  for (const FibVia& via : member()->viaColl())
-    owner()->handleRouterNexthop(key(), via);
-}
-
-void FecRouterNexthopInfoSm::VoxRouterNexthop::vox_handleRouterNexthop_via(const FibVia& via) {
-  owner()->handleRouterNexthop(key(), via);
-}
-
-void FecRouterNexthopInfoSm::VoxRouterNexthop::onAttribute(const Vox::AttributeInfo& attr,
-                                                           const void* key) {
-  if (const auto* via = RouterNexthopInfo::viaAttribute::match(attr, key)) {
-    vox_handleRouterNexthop_via(*via);
-  }
 }
 
 }  // namespace Mpls

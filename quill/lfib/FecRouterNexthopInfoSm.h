@@ -29,33 +29,6 @@ class FecRouterNexthopInfoSm : public Quill::StageReactor<FecRouterNexthopInfoSm
   // Every via weighs the same on a router's ring.
   static constexpr uint64_t kViaWeight = 1000;
 
-  // Follows the bindings of one router's label binding table.
-  class VoxRouterFec
-      : public Vox::MemberReactor<VoxRouterFec, FecRouterNexthopInfoSm, LabelBindingTable> {
-   public:
-    static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
-    using MemberReactor::MemberReactor;
-    void handleRouterFecInfo();
-    void vox_handleRouterFec_binding(const FwdEqvClass& fec);
-    void vox_handleRouterFec_binding(const FecLabelSet& binding) {
-      vox_handleRouterFec_binding(binding.fwdEqvClass());
-    }
-    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-    static constexpr auto kWholeMemberHandler = &VoxRouterFec::handleRouterFecInfo;
-  };
-
-  // Follows the vias of one router.
-  class VoxRouterNexthop
-      : public Vox::MemberReactor<VoxRouterNexthop, FecRouterNexthopInfoSm, RouterNexthopInfo> {
-   public:
-    static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
-    using MemberReactor::MemberReactor;
-    void handleRouterNexthopInfo();
-    void vox_handleRouterNexthop_via(const FibVia& via);
-    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-    static constexpr auto kWholeMemberHandler = &VoxRouterNexthop::handleRouterNexthopInfo;
-  };
-
   FecRouterNexthopInfoSm(const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl,
                          const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
                          const Vox::Ptr<FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl);
@@ -78,6 +51,18 @@ class FecRouterNexthopInfoSm : public Quill::StageReactor<FecRouterNexthopInfoSm
   // (Re)chooses the via of one FEC towards one router; the single writer of the output. Fatal
   // "initialized()" while uninitialized.
   void handleRouterFec(const RouterId& routerId, const FwdEqvClass& fec);
+  // Every FEC `fecs` binds (re)chosen towards one router, reading the router once.
+  void handleRouterFecInfo(const RouterId& routerId, const LabelBindingTable& fecs);
+
+  // Per-key reactors. The bindings of one router's label binding table:
+  using VoxRouterFec =
+      Vox::KeyForwarder<FecRouterNexthopInfoSm, LabelBindingTable::bindingAttribute,
+                        &FecRouterNexthopInfoSm::handleRouterFec, Vox::Removal::kZombie,
+                        &FecRouterNexthopInfoSm::handleRouterFecInfo>;
+  // The vias of one router:
+  using VoxRouterNexthop =
+      Vox::KeyForwarder<FecRouterNexthopInfoSm, RouterNexthopInfo::viaAttribute,
+                        &FecRouterNexthopInfoSm::handleRouterNexthop>;
   void handleInitialized();
   void handleDelete();
 
@@ -90,12 +75,12 @@ class FecRouterNexthopInfoSm : public Quill::StageReactor<FecRouterNexthopInfoSm
     fecViaConsistentHashColl_ = fecViaConsistentHashCollFactory(name);
   }
 
-  Vox::Ptr<VoxRouterFec> routerFecIs(const Vox::Ptr<const LabelBindingTable>& table) {
+  VoxRouterFec* routerFecIs(const Vox::Ptr<const LabelBindingTable>& table) {
     return routerFec_.is(table);
   }
   void routerFecDel(const RouterId& routerId) { routerFec_.del(routerId); }
   void routerFecDelAll() { routerFec_.delAll(); }
-  Vox::Ptr<VoxRouterNexthop> routerNexthopIs(const Vox::Ptr<const RouterNexthopInfo>& entity) {
+  VoxRouterNexthop* routerNexthopIs(const Vox::Ptr<const RouterNexthopInfo>& entity) {
     return routerNexthop_.is(entity);
   }
   void routerNexthopDel(const RouterId& routerId) { routerNexthop_.del(routerId); }
@@ -111,8 +96,6 @@ class FecRouterNexthopInfoSm : public Quill::StageReactor<FecRouterNexthopInfoSm
   RouterState routerState(const RouterId& routerId) const;
   // The body of `handleRouterFec`, given the router's state.
   void chooseVia(const RouterId& routerId, const FwdEqvClass& fec, const RouterState& router);
-  // `handleRouterFec` for every FEC of `fecs`, reading the router once.
-  void chooseViaForEveryFec(const RouterId& routerId, const LabelBindingTable& fecs);
 
   Vox::Ptr<const LabelBindingTableColl> labelBindingTableColl_;
   Vox::Ptr<const RouterNexthopInfoColl> routerNexthopInfoColl_;

@@ -58,9 +58,7 @@ class LabelBindingTableNotifierSm : public Quill::StageReactor<LabelBindingTable
   void handleInitialized();
   void handleDelete();
 
-  Vox::Ptr<VoxBinding> bindingIs(const Vox::Ptr<const FecLabelSet>& binding) {
-    return binding_.is(binding);
-  }
+  VoxBinding* bindingIs(const Vox::Ptr<const FecLabelSet>& binding) { return binding_.is(binding); }
   void bindingDel(const FwdEqvClass& fec) { binding_.del(fec); }
   void bindingDelAll() { binding_.delAll(); }
 

@@ -28,84 +28,6 @@ class LabelForwardingInfoSm : public Quill::StageReactor<LabelForwardingInfoSm> 
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::LabelForwardingInfoSm";
 
-  // Follows the local labels of one FEC.
-  class VoxFecLabelSet
-      : public Vox::MemberReactor<VoxFecLabelSet, LabelForwardingInfoSm, FecLabelSet> {
-   public:
-    static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
-    using MemberReactor::MemberReactor;
-    void handleFecLabelSet();
-    void vox_handleFecLabelSet_mplsLabel(Vela::MplsLabel label);
-    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-    static constexpr auto kWholeMemberHandler = &VoxFecLabelSet::handleFecLabelSet;
-  };
-
-  // Follows the peer labels of one FEC, one nested reactor per router.
-  class VoxFecRouterLabel
-      : public Vox::MemberReactor<VoxFecRouterLabel, LabelForwardingInfoSm, FecRouterLabelInfo> {
-   public:
-    class VoxRouterLabelInfo
-        : public Vox::MemberReactor<VoxRouterLabelInfo, VoxFecRouterLabel, RouterLabelInfo> {
-     public:
-      static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
-      using MemberReactor::MemberReactor;
-      void handleRouterLabelInfo();
-      void vox_handleRouterLabelInfo_routerLabel(Vela::MplsLabel label);
-      void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-      static constexpr auto kWholeMemberHandler = &VoxRouterLabelInfo::handleRouterLabelInfo;
-    };
-
-    static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
-    VoxFecRouterLabel(const Vox::Ptr<const FecRouterLabelInfo>& fec, LabelForwardingInfoSm* owner);
-    void handleFecRouterLabelInfo();
-    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-    static constexpr auto kWholeMemberHandler = &VoxFecRouterLabel::handleFecRouterLabelInfo;
-
-    Vox::Ptr<VoxRouterLabelInfo> routerLabelInfoIs(const Vox::Ptr<const RouterLabelInfo>& entity) {
-      return routerLabelInfo_.is(entity);
-    }
-    void routerLabelInfoDel(const RouterId& routerId) { routerLabelInfo_.del(routerId); }
-    void routerLabelInfoDelAll() { routerLabelInfo_.delAll(); }
-
-   private:
-    Vox::PerKeyReactorColl<VoxRouterLabelInfo> routerLabelInfo_{
-        *this, "Mpls::LabelForwardingInfoSm::VoxFecRouterLabel", "routerLabelInfo"};
-  };
-
-  // Follows the chosen vias of one FEC, one nested reactor per router.
-  class VoxFecRouterNexthop : public Vox::MemberReactor<VoxFecRouterNexthop, LabelForwardingInfoSm,
-                                                        FecRouterNexthopInfo> {
-   public:
-    class VoxRouterNexthopInfo
-        : public Vox::MemberReactor<VoxRouterNexthopInfo, VoxFecRouterNexthop, RouterNexthopInfo> {
-     public:
-      static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
-      using MemberReactor::MemberReactor;
-      void handleRouterNexthopInfo();
-      void vox_handleRouterNexthopInfo_via(const FibVia& via);
-      void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-      static constexpr auto kWholeMemberHandler = &VoxRouterNexthopInfo::handleRouterNexthopInfo;
-    };
-
-    static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
-    VoxFecRouterNexthop(const Vox::Ptr<const FecRouterNexthopInfo>& fec,
-                        LabelForwardingInfoSm* owner);
-    void handleFecRouterNexthopInfo();
-    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-    static constexpr auto kWholeMemberHandler = &VoxFecRouterNexthop::handleFecRouterNexthopInfo;
-
-    Vox::Ptr<VoxRouterNexthopInfo> routerNexthopInfoIs(
-        const Vox::Ptr<const RouterNexthopInfo>& entity) {
-      return routerNexthopInfo_.is(entity);
-    }
-    void routerNexthopInfoDel(const RouterId& routerId) { routerNexthopInfo_.del(routerId); }
-    void routerNexthopInfoDelAll() { routerNexthopInfo_.delAll(); }
-
-   private:
-    Vox::PerKeyReactorColl<VoxRouterNexthopInfo> routerNexthopInfo_{
-        *this, "Mpls::LabelForwardingInfoSm::VoxFecRouterNexthop", "routerNexthopInfo"};
-  };
-
   LabelForwardingInfoSm(const Vox::Ptr<const LabelBindingTable>& localLabelBindingTable,
                         const Vox::Ptr<const FecRouterLabelInfoColl>& fecRouterLabelInfoColl,
                         const Vox::Ptr<const FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl,
@@ -139,21 +61,55 @@ class LabelForwardingInfoSm : public Quill::StageReactor<LabelForwardingInfoSm> 
                             Vela::MplsLabel peerLabel);
   // Via V of (F, R) added or removed. Fatal "initialized()" while uninitialized.
   void handleFecRouterNexthop(const FwdEqvClass& fec, const RouterId& routerId, const FibVia& via);
+
+  // Per-key reactors: what each followed member's changes go to.
+  // The local labels of one FEC.
+  using VoxFecLabelSet = Vox::KeyForwarder<LabelForwardingInfoSm, FecLabelSet::mplsLabelAttribute,
+                                           &LabelForwardingInfoSm::handleFecLabel>;
+  // The peer labels of one FEC, one nested forwarder (`VoxRouterLabelInfo`) per router.
+  struct VoxFecRouterLabel
+      : Vox::MemberCollForwarder<
+            VoxFecRouterLabel, LabelForwardingInfoSm, FecRouterLabelInfo::routerLabelInfoAttribute,
+            RouterLabelInfo::routerLabelAttribute, &LabelForwardingInfoSm::handleFecRouterLabel> {
+    static constexpr const char* kClassName = "Mpls::LabelForwardingInfoSm::VoxFecRouterLabel";
+    using MemberCollForwarder::MemberCollForwarder;
+    Nested* routerLabelInfoIs(const Vox::Ptr<const RouterLabelInfo>& entity) {
+      return nested().is(entity);
+    }
+    void routerLabelInfoDel(const RouterId& routerId) { nested().del(routerId); }
+    void routerLabelInfoDelAll() { nested().delAll(); }
+  };
+  using VoxRouterLabelInfo = VoxFecRouterLabel::Nested;
+  // The chosen vias of one FEC, one nested forwarder (`VoxRouterNexthopInfo`) per router.
+  struct VoxFecRouterNexthop
+      : Vox::MemberCollForwarder<VoxFecRouterNexthop, LabelForwardingInfoSm,
+                                 FecRouterNexthopInfo::routerNexthopInfoAttribute,
+                                 RouterNexthopInfo::viaAttribute,
+                                 &LabelForwardingInfoSm::handleFecRouterNexthop> {
+    static constexpr const char* kClassName = "Mpls::LabelForwardingInfoSm::VoxFecRouterNexthop";
+    using MemberCollForwarder::MemberCollForwarder;
+    Nested* routerNexthopInfoIs(const Vox::Ptr<const RouterNexthopInfo>& entity) {
+      return nested().is(entity);
+    }
+    void routerNexthopInfoDel(const RouterId& routerId) { nested().del(routerId); }
+    void routerNexthopInfoDelAll() { nested().delAll(); }
+  };
+  using VoxRouterNexthopInfo = VoxFecRouterNexthop::Nested;
+
   void handleInitialized();
   void handleDelete();
 
-  Vox::Ptr<VoxFecLabelSet> fecLabelSetIs(const Vox::Ptr<const FecLabelSet>& entity) {
+  VoxFecLabelSet* fecLabelSetIs(const Vox::Ptr<const FecLabelSet>& entity) {
     return fecLabelSet_.is(entity);
   }
   void fecLabelSetDel(const FwdEqvClass& fec) { fecLabelSet_.del(fec); }
   void fecLabelSetDelAll() { fecLabelSet_.delAll(); }
-  Vox::Ptr<VoxFecRouterLabel> fecRouterLabelIs(const Vox::Ptr<const FecRouterLabelInfo>& entity) {
+  VoxFecRouterLabel* fecRouterLabelIs(const Vox::Ptr<const FecRouterLabelInfo>& entity) {
     return fecRouterLabel_.is(entity);
   }
   void fecRouterLabelDel(const FwdEqvClass& fec) { fecRouterLabel_.del(fec); }
   void fecRouterLabelDelAll() { fecRouterLabel_.delAll(); }
-  Vox::Ptr<VoxFecRouterNexthop> fecRouterNexthopIs(
-      const Vox::Ptr<const FecRouterNexthopInfo>& entity) {
+  VoxFecRouterNexthop* fecRouterNexthopIs(const Vox::Ptr<const FecRouterNexthopInfo>& entity) {
     return fecRouterNexthop_.is(entity);
   }
   void fecRouterNexthopDel(const FwdEqvClass& fec) { fecRouterNexthop_.del(fec); }

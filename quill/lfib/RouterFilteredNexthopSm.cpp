@@ -70,65 +70,6 @@ void RouterFilteredNexthopSm::handleDelete() {
   leaveInitialized();
 }
 
-RouterFilteredNexthopSm::VoxRouterIpNexthop::VoxRouterIpNexthop(
-    const Vox::Ptr<const RouterIpNexthopInfo>& router, RouterFilteredNexthopSm* owner)
-    : MemberReactor(router, owner) {
-  Vox::syncPerKeyReactors<RouterIpNexthopInfo::ipNexthopInfoAttribute>(ipNexthopInfo_, *router);
-}
-
-void RouterFilteredNexthopSm::VoxRouterIpNexthop::handleRouterIpNexthopInfo() {
-  if (!ownerReady()) return;
-  for (const auto [ipAddr, hop] : member()->ipNexthopInfoColl()) {
-    for (const FibVia& via : hop.viaColl())
-      owner()->processRouterIpVia(key(), ipAddr, via);
-  }
-}
-
-void RouterFilteredNexthopSm::VoxRouterIpNexthop::onAttribute(const Vox::AttributeInfo& attr,
-                                                              const void* key) {
-  if (const auto* hop = RouterIpNexthopInfo::ipNexthopInfoAttribute::match(attr, key)) {
-    Vox::followMember<RouterIpNexthopInfo::ipNexthopInfoAttribute>(ipNexthopInfo_, *member(), *hop);
-  }
-}
-
-// The enclosing per-router reactor owns this one and outlives it, so the router is always known.
-void RouterFilteredNexthopSm::VoxIpNexthopInfo::handleIpNexthopInfo() {
-  if (!owner()->ownerReady()) return;
-  for (const FibVia& via : member()->viaColl()) {
-    owner()->owner()->processRouterIpVia(owner()->key(), key(), via);
-  }
-}
-
-void RouterFilteredNexthopSm::VoxIpNexthopInfo::vox_handleIpNexthopInfo_via(const FibVia& via) {
-  owner()->owner()->processRouterIpVia(owner()->key(), key(), via);
-}
-
-void RouterFilteredNexthopSm::VoxIpNexthopInfo::onAttribute(const Vox::AttributeInfo& attr,
-                                                            const void* key) {
-  if (const auto* via = IpNexthopInfo::viaAttribute::match(attr, key)) {
-    vox_handleIpNexthopInfo_via(*via);
-  }
-}
-
-void RouterFilteredNexthopSm::VoxRouterIpAddr::handleRouterIpAddrInfo() {
-  if (!ownerReady()) return;
-  for (const Vela::IpGenAddr& ipAddr : member()->ipAddrColl()) {
-    owner()->handleRouterIpAddr(key(), ipAddr);
-  }
-}
-
-void RouterFilteredNexthopSm::VoxRouterIpAddr::vox_handleRouterIpAddr_ipAddr(
-    const Vela::IpGenAddr& ipAddr) {
-  owner()->handleRouterIpAddr(key(), ipAddr);
-}
-
-void RouterFilteredNexthopSm::VoxRouterIpAddr::onAttribute(const Vox::AttributeInfo& attr,
-                                                           const void* key) {
-  if (const auto* ipAddr = RouterIpAddrInfo::ipAddrAttribute::match(attr, key)) {
-    vox_handleRouterIpAddr_ipAddr(*ipAddr);
-  }
-}
-
 Vox::Ptr<RouterFilteredNexthopSm> routerFilteredNexthopSmFactory(
     const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl,
     const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,

@@ -26,57 +26,6 @@ namespace Mpls {
 class RouterFilteredNexthopSm : public Quill::StageReactor<RouterFilteredNexthopSm> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::RouterFilteredNexthopSm";
-  class VoxRouterIpNexthop;
-
-  // Follows the vias of one hop address of one router.
-  class VoxIpNexthopInfo
-      : public Vox::MemberReactor<VoxIpNexthopInfo, VoxRouterIpNexthop, IpNexthopInfo> {
-   public:
-    static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
-    using MemberReactor::MemberReactor;
-    void handleIpNexthopInfo();
-    void vox_handleIpNexthopInfo_via(const FibVia& via);
-    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-    static constexpr auto kWholeMemberHandler = &VoxIpNexthopInfo::handleIpNexthopInfo;
-  };
-
-  // Follows one router's hop addresses, keeping one reactor per hop address.
-  class VoxRouterIpNexthop : public Vox::MemberReactor<VoxRouterIpNexthop, RouterFilteredNexthopSm,
-                                                       RouterIpNexthopInfo> {
-   public:
-    static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
-    VoxRouterIpNexthop(const Vox::Ptr<const RouterIpNexthopInfo>& router,
-                       RouterFilteredNexthopSm* owner);
-    void handleRouterIpNexthopInfo();
-    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-    static constexpr auto kWholeMemberHandler = &VoxRouterIpNexthop::handleRouterIpNexthopInfo;
-
-    Vox::Ptr<VoxIpNexthopInfo> ipNexthopInfoIs(const Vox::Ptr<const IpNexthopInfo>& entity) {
-      return newIpNexthopInfo(entity);
-    }
-    void ipNexthopInfoDel(const Vela::IpGenAddr& hop) { ipNexthopInfo_.del(hop); }
-    void ipNexthopInfoDelAll() { ipNexthopInfo_.delAll(); }
-
-   private:
-    Vox::Ptr<VoxIpNexthopInfo> newIpNexthopInfo(const Vox::Ptr<const IpNexthopInfo>& entity) {
-      return ipNexthopInfo_.is(entity);
-    }
-    Vox::PerKeyReactorColl<VoxIpNexthopInfo> ipNexthopInfo_{
-        *this, "Mpls::RouterFilteredNexthopSm::VoxRouterIpNexthop", "ipNexthopInfo"};
-  };
-
-  // Follows one router's interface addresses.
-  class VoxRouterIpAddr
-      : public Vox::MemberReactor<VoxRouterIpAddr, RouterFilteredNexthopSm, RouterIpAddrInfo> {
-   public:
-    static constexpr Vox::Removal kRemoval = Vox::Removal::kZombie;
-    using MemberReactor::MemberReactor;
-    void handleRouterIpAddrInfo();
-    void vox_handleRouterIpAddr_ipAddr(const Vela::IpGenAddr& ipAddr);
-    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-    static constexpr auto kWholeMemberHandler = &VoxRouterIpAddr::handleRouterIpAddrInfo;
-  };
-
   RouterFilteredNexthopSm(const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl,
                           const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
                           const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl);
@@ -99,16 +48,35 @@ class RouterFilteredNexthopSm : public Quill::StageReactor<RouterFilteredNexthop
                           const FibVia& via);
   // Re-evaluates every via of one router address. Fatal "initialized()" while uninitialized.
   void handleRouterIpAddr(const RouterId& routerId, const Vela::IpGenAddr& ipAddr);
+
+  // Per-key reactors. One router's hop addresses, and under each (`VoxIpNexthopInfo`) its vias:
+  struct VoxRouterIpNexthop
+      : Vox::MemberCollForwarder<VoxRouterIpNexthop, RouterFilteredNexthopSm,
+                                 RouterIpNexthopInfo::ipNexthopInfoAttribute,
+                                 IpNexthopInfo::viaAttribute,
+                                 &RouterFilteredNexthopSm::processRouterIpVia> {
+    static constexpr const char* kClassName = "Mpls::RouterFilteredNexthopSm::VoxRouterIpNexthop";
+    using MemberCollForwarder::MemberCollForwarder;
+    Nested* ipNexthopInfoIs(const Vox::Ptr<const IpNexthopInfo>& entity) {
+      return nested().is(entity);
+    }
+    void ipNexthopInfoDel(const Vela::IpGenAddr& hop) { nested().del(hop); }
+    void ipNexthopInfoDelAll() { nested().delAll(); }
+  };
+  using VoxIpNexthopInfo = VoxRouterIpNexthop::Nested;
+  // One router's interface addresses:
+  using VoxRouterIpAddr =
+      Vox::KeyForwarder<RouterFilteredNexthopSm, RouterIpAddrInfo::ipAddrAttribute,
+                        &RouterFilteredNexthopSm::handleRouterIpAddr>;
   void handleInitialized();
   void handleDelete();
 
-  Vox::Ptr<VoxRouterIpNexthop> routerIpNexthopIs(
-      const Vox::Ptr<const RouterIpNexthopInfo>& entity) {
+  VoxRouterIpNexthop* routerIpNexthopIs(const Vox::Ptr<const RouterIpNexthopInfo>& entity) {
     return routerIpNexthop_.is(entity);
   }
   void routerIpNexthopDel(const RouterId& routerId) { routerIpNexthop_.del(routerId); }
   void routerIpNexthopDelAll() { routerIpNexthop_.delAll(); }
-  Vox::Ptr<VoxRouterIpAddr> routerIpAddrIs(const Vox::Ptr<const RouterIpAddrInfo>& entity) {
+  VoxRouterIpAddr* routerIpAddrIs(const Vox::Ptr<const RouterIpAddrInfo>& entity) {
     return routerIpAddr_.is(entity);
   }
   void routerIpAddrDel(const RouterId& routerId) { routerIpAddr_.del(routerId); }

@@ -49,21 +49,4 @@ void IntfRouterNexthopInfoSm::handleDelete() {
   leaveInitialized();
 }
 
-void IntfRouterNexthopInfoSm::VoxRouterNexthop::handleRouterNexthopInfo() {
-  if (!ownerReady()) return;
-  for (const FibVia& via : member()->viaColl())
-    owner()->handleRouterNexthop(key(), via);
-}
-
-void IntfRouterNexthopInfoSm::VoxRouterNexthop::vox_handleRouterNexthop_via(const FibVia& via) {
-  owner()->handleRouterNexthop(key(), via);
-}
-
-void IntfRouterNexthopInfoSm::VoxRouterNexthop::onAttribute(const Vox::AttributeInfo& attr,
-                                                            const void* key) {
-  if (const auto* via = RouterNexthopInfo::viaAttribute::match(attr, key)) {
-    vox_handleRouterNexthop_via(*via);
-  }
-}
-
 }  // namespace Mpls

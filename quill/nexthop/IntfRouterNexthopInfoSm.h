@@ -21,18 +21,6 @@ class IntfRouterNexthopInfoSm : public Quill::StageReactor<IntfRouterNexthopInfo
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::IntfRouterNexthopInfoSm";
 
-  // Follows the vias of one router.
-  class VoxRouterNexthop
-      : public Vox::MemberReactor<VoxRouterNexthop, IntfRouterNexthopInfoSm, RouterNexthopInfo> {
-   public:
-    static constexpr Vox::Removal kRemoval = Vox::Removal::kDrop;
-    using MemberReactor::MemberReactor;
-    void handleRouterNexthopInfo();
-    void vox_handleRouterNexthop_via(const FibVia& via);
-    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-    static constexpr auto kWholeMemberHandler = &VoxRouterNexthop::handleRouterNexthopInfo;
-  };
-
   IntfRouterNexthopInfoSm(const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
                           const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl);
   ~IntfRouterNexthopInfoSm() override;
@@ -48,10 +36,15 @@ class IntfRouterNexthopInfoSm : public Quill::StageReactor<IntfRouterNexthopInfo
 
   // Re-derives one (router, via) pair. Fatal "initialized()" while uninitialized.
   void handleRouterNexthop(const RouterId& routerId, const FibVia& via);
+
+  // The per-key reactor following the vias of one router.
+  using VoxRouterNexthop =
+      Vox::KeyForwarder<IntfRouterNexthopInfoSm, RouterNexthopInfo::viaAttribute,
+                        &IntfRouterNexthopInfoSm::handleRouterNexthop, Vox::Removal::kDrop>;
   void handleInitialized();
   void handleDelete();
 
-  Vox::Ptr<VoxRouterNexthop> routerNexthopIs(const Vox::Ptr<const RouterNexthopInfo>& entity) {
+  VoxRouterNexthop* routerNexthopIs(const Vox::Ptr<const RouterNexthopInfo>& entity) {
     return routerNexthop_.is(entity);
   }
   void routerNexthopDel(const RouterId& routerId) { routerNexthop_.del(routerId); }

@@ -85,47 +85,4 @@ void RouterIpNexthopInfoSm::handleDelete() {
   leaveInitialized();
 }
 
-RouterIpNexthopInfoSm::VoxIntfRouterNexthop::VoxIntfRouterNexthop(
-    const Vox::Ptr<const IntfRouterNexthopInfo>& intf, RouterIpNexthopInfoSm* owner)
-    : MemberReactor(intf, owner) {
-  Vox::syncPerKeyReactors<IntfRouterNexthopInfo::routerNexthopInfoAttribute>(routerNexthopInfo_,
-                                                                             *intf);
-}
-
-void RouterIpNexthopInfoSm::VoxIntfRouterNexthop::handleIntfRouterNexthopInfo() {
-  // Scans made while the owner is constructed or uninitialized must not reach its asserting
-  // handlers.
-  if (!ownerReady()) return;
-  for (const auto [routerId, router] : member()->routerNexthopInfoColl()) {
-    for (const FibVia& via : router.viaColl())
-      owner()->handleIntfRouterNexthop(key(), routerId, via);
-  }
-}
-
-void RouterIpNexthopInfoSm::VoxIntfRouterNexthop::onAttribute(const Vox::AttributeInfo& attr,
-                                                              const void* key) {
-  if (const auto* routerId = IntfRouterNexthopInfo::routerNexthopInfoAttribute::match(attr, key)) {
-    Vox::followMember<IntfRouterNexthopInfo::routerNexthopInfoAttribute>(routerNexthopInfo_,
-                                                                         *member(), *routerId);
-  }
-}
-
-void RouterIpNexthopInfoSm::VoxRouterNexthopInfo::handleRouterNexthopInfo() {
-  if (!ownerAlive() || !owner()->ownerReady()) return;
-  for (const FibVia& via : member()->viaColl())
-    vox_handleRouterNexthopInfo_via(via);
-}
-
-void RouterIpNexthopInfoSm::VoxRouterNexthopInfo::vox_handleRouterNexthopInfo_via(
-    const FibVia& via) {
-  owner()->owner()->handleIntfRouterNexthop(owner()->key(), key(), via);
-}
-
-void RouterIpNexthopInfoSm::VoxRouterNexthopInfo::onAttribute(const Vox::AttributeInfo& attr,
-                                                              const void* key) {
-  if (const auto* via = RouterNexthopInfo::viaAttribute::match(attr, key)) {
-    vox_handleRouterNexthopInfo_via(*via);
-  }
-}
-
 }  // namespace Mpls

@@ -22,46 +22,6 @@ namespace Mpls {
 class RouterIpNexthopInfoSm : public Quill::StageReactor<RouterIpNexthopInfoSm> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::RouterIpNexthopInfoSm";
-  class VoxIntfRouterNexthop;
-
-  // Follows the vias of one router under one interface.
-  class VoxRouterNexthopInfo
-      : public Vox::MemberReactor<VoxRouterNexthopInfo, VoxIntfRouterNexthop, RouterNexthopInfo> {
-   public:
-    static constexpr Vox::Removal kRemoval = Vox::Removal::kDrop;
-    using MemberReactor::MemberReactor;
-    // Scans the router's vias; entities arrive empty, so this matters only for a router entity
-    // that is already populated when its reactor is made.
-    void handleRouterNexthopInfo();
-    void vox_handleRouterNexthopInfo_via(const FibVia& via);
-    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-    static constexpr auto kWholeMemberHandler = &VoxRouterNexthopInfo::handleRouterNexthopInfo;
-  };
-
-  // Follows the routers of one interface.
-  class VoxIntfRouterNexthop
-      : public Vox::MemberReactor<VoxIntfRouterNexthop, RouterIpNexthopInfoSm,
-                                  IntfRouterNexthopInfo> {
-   public:
-    static constexpr Vox::Removal kRemoval = Vox::Removal::kDrop;
-    VoxIntfRouterNexthop(const Vox::Ptr<const IntfRouterNexthopInfo>& intf,
-                         RouterIpNexthopInfoSm* owner);
-    void handleIntfRouterNexthopInfo();
-    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-    static constexpr auto kWholeMemberHandler = &VoxIntfRouterNexthop::handleIntfRouterNexthopInfo;
-
-    Vox::Ptr<VoxRouterNexthopInfo> routerNexthopInfoIs(
-        const Vox::Ptr<const RouterNexthopInfo>& entity) {
-      return routerNexthopInfo_.is(entity);
-    }
-    void routerNexthopInfoDel(const RouterId& routerId) { routerNexthopInfo_.del(routerId); }
-    void routerNexthopInfoDelAll() { routerNexthopInfo_.delAll(); }
-
-   private:
-    Vox::PerKeyReactorColl<VoxRouterNexthopInfo> routerNexthopInfo_{
-        *this, "Mpls::RouterIpNexthopInfoSm::VoxIntfRouterNexthop", "routerNexthopInfo"};
-  };
-
   RouterIpNexthopInfoSm(const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
                         const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
                         const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl);
@@ -83,13 +43,29 @@ class RouterIpNexthopInfoSm : public Quill::StageReactor<RouterIpNexthopInfoSm> 
   void processIntfRouterNexthop(Vela::IntfId intfId, const RouterId& routerId, const FibVia& via);
   // A via changed under an interface and router. Fatal "initialized()" while uninitialized.
   void handleIntfRouterNexthop(Vela::IntfId intfId, const RouterId& routerId, const FibVia& via);
+
+  // Per-key reactors: the routers of one interface, and under it (`VoxRouterNexthopInfo`) the
+  // vias of each router.
+  struct VoxIntfRouterNexthop
+      : Vox::MemberCollForwarder<
+            VoxIntfRouterNexthop, RouterIpNexthopInfoSm,
+            IntfRouterNexthopInfo::routerNexthopInfoAttribute, RouterNexthopInfo::viaAttribute,
+            &RouterIpNexthopInfoSm::handleIntfRouterNexthop, Vox::Removal::kDrop> {
+    static constexpr const char* kClassName = "Mpls::RouterIpNexthopInfoSm::VoxIntfRouterNexthop";
+    using MemberCollForwarder::MemberCollForwarder;
+    Nested* routerNexthopInfoIs(const Vox::Ptr<const RouterNexthopInfo>& entity) {
+      return nested().is(entity);
+    }
+    void routerNexthopInfoDel(const RouterId& routerId) { nested().del(routerId); }
+    void routerNexthopInfoDelAll() { nested().delAll(); }
+  };
+  using VoxRouterNexthopInfo = VoxIntfRouterNexthop::Nested;
   // An interface joined or left MPLS. Fatal "initialized()" while uninitialized.
   void handleIntfId(Vela::IntfId intfId);
   void handleInitialized();
   void handleDelete();
 
-  Vox::Ptr<VoxIntfRouterNexthop> intfRouterNexthopIs(
-      const Vox::Ptr<const IntfRouterNexthopInfo>& entity) {
+  VoxIntfRouterNexthop* intfRouterNexthopIs(const Vox::Ptr<const IntfRouterNexthopInfo>& entity) {
     return intfRouterNexthop_.is(entity);
   }
   void intfRouterNexthopDel(Vela::IntfId intfId) { intfRouterNexthop_.del(intfId); }

@@ -79,44 +79,4 @@ void RouterNexthopInfoSm::handleDelete() {
   leaveInitialized();
 }
 
-void RouterNexthopInfoSm::VoxIpAddrRouterId::handleIpAddrRouterIdInfo() {
-  // Scans made while the owner is constructed or uninitialized must not reach its asserting
-  // handlers.
-  if (!ownerReady()) return;
-  for (const RouterId& routerId : member()->routerIdColl()) {
-    owner()->handleIpAddrRouterId(key(), routerId);
-  }
-}
-
-void RouterNexthopInfoSm::VoxIpAddrRouterId::vox_handleIpAddrRouterId_routerId(
-    const RouterId& routerId) {
-  owner()->handleIpAddrRouterId(key(), routerId);
-}
-
-void RouterNexthopInfoSm::VoxIpAddrRouterId::onAttribute(const Vox::AttributeInfo& attr,
-                                                         const void* key) {
-  if (const auto* routerId = IpAddrRouterIdInfo::routerIdAttribute::match(attr, key)) {
-    vox_handleIpAddrRouterId_routerId(*routerId);
-  }
-}
-
-void RouterNexthopInfoSm::VoxIpNexthop::handleIpNexthopInfo() {
-  // Scans made while the owner is constructed or uninitialized must not reach its asserting
-  // handlers.
-  if (!ownerReady()) return;
-  for (const FibVia& via : member()->viaColl())
-    owner()->handleIpAddrVia(key(), via);
-}
-
-void RouterNexthopInfoSm::VoxIpNexthop::vox_handleIpNexthop_via(const FibVia& via) {
-  owner()->handleIpAddrVia(key(), via);
-}
-
-void RouterNexthopInfoSm::VoxIpNexthop::onAttribute(const Vox::AttributeInfo& attr,
-                                                    const void* key) {
-  if (const auto* via = IpNexthopInfo::viaAttribute::match(attr, key)) {
-    vox_handleIpNexthop_via(*via);
-  }
-}
-
 }  // namespace Mpls

@@ -26,29 +26,6 @@ class RouterNexthopInfoSm : public Quill::StageReactor<RouterNexthopInfoSm> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::RouterNexthopInfoSm";
 
-  // Follows the routers of one address.
-  class VoxIpAddrRouterId
-      : public Vox::MemberReactor<VoxIpAddrRouterId, RouterNexthopInfoSm, IpAddrRouterIdInfo> {
-   public:
-    static constexpr Vox::Removal kRemoval = Vox::Removal::kDrop;
-    using MemberReactor::MemberReactor;
-    void handleIpAddrRouterIdInfo();
-    void vox_handleIpAddrRouterId_routerId(const RouterId& routerId);
-    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-    static constexpr auto kWholeMemberHandler = &VoxIpAddrRouterId::handleIpAddrRouterIdInfo;
-  };
-
-  // Follows the vias of one address.
-  class VoxIpNexthop : public Vox::MemberReactor<VoxIpNexthop, RouterNexthopInfoSm, IpNexthopInfo> {
-   public:
-    static constexpr Vox::Removal kRemoval = Vox::Removal::kDrop;
-    using MemberReactor::MemberReactor;
-    void handleIpNexthopInfo();
-    void vox_handleIpNexthop_via(const FibVia& via);
-    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-    static constexpr auto kWholeMemberHandler = &VoxIpNexthop::handleIpNexthopInfo;
-  };
-
   RouterNexthopInfoSm(const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
                       const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl,
                       const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl);
@@ -72,15 +49,24 @@ class RouterNexthopInfoSm : public Quill::StageReactor<RouterNexthopInfoSm> {
   void handleIpAddrRouterId(const Vela::IpGenAddr& ipAddr, const RouterId& routerId);
   // A via was added to or removed from an address. Fatal "initialized()" while uninitialized.
   void handleIpAddrVia(const Vela::IpGenAddr& ipAddr, const FibVia& via);
+
+  // Per-key reactors. The routers of one address:
+  using VoxIpAddrRouterId =
+      Vox::KeyForwarder<RouterNexthopInfoSm, IpAddrRouterIdInfo::routerIdAttribute,
+                        &RouterNexthopInfoSm::handleIpAddrRouterId, Vox::Removal::kDrop>;
+  // The vias of one address:
+  using VoxIpNexthop =
+      Vox::KeyForwarder<RouterNexthopInfoSm, IpNexthopInfo::viaAttribute,
+                        &RouterNexthopInfoSm::handleIpAddrVia, Vox::Removal::kDrop>;
   void handleInitialized();
   void handleDelete();
 
-  Vox::Ptr<VoxIpAddrRouterId> ipAddrRouterIdIs(const Vox::Ptr<const IpAddrRouterIdInfo>& entity) {
+  VoxIpAddrRouterId* ipAddrRouterIdIs(const Vox::Ptr<const IpAddrRouterIdInfo>& entity) {
     return ipAddrRouterId_.is(entity);
   }
   void ipAddrRouterIdDel(const Vela::IpGenAddr& ipAddr) { ipAddrRouterId_.del(ipAddr); }
   void ipAddrRouterIdDelAll() { ipAddrRouterId_.delAll(); }
-  Vox::Ptr<VoxIpNexthop> ipNexthopIs(const Vox::Ptr<const IpNexthopInfo>& entity) {
+  VoxIpNexthop* ipNexthopIs(const Vox::Ptr<const IpNexthopInfo>& entity) {
     return ipNexthop_.is(entity);
   }
   void ipNexthopDel(const Vela::IpGenAddr& ipAddr) { ipNexthop_.del(ipAddr); }

@@ -56,25 +56,6 @@ void IpAddrRouterIdInfoSm::handleDelete() {
   leaveInitialized();
 }
 
-void IpAddrRouterIdInfoSm::VoxRouterIpAddr::handleRouterIpAddrInfo() {
-  if (!ownerAlive()) return;
-  for (const Vela::IpGenAddr& ipAddr : member()->ipAddrColl()) {
-    owner()->handleRouterIpAddr(key(), ipAddr);
-  }
-}
-
-void IpAddrRouterIdInfoSm::VoxRouterIpAddr::vox_handleRouterIpAddr_ipAddr(
-    const Vela::IpGenAddr& ipAddr) {
-  owner()->handleRouterIpAddr(key(), ipAddr);
-}
-
-void IpAddrRouterIdInfoSm::VoxRouterIpAddr::onAttribute(const Vox::AttributeInfo& attr,
-                                                        const void* key) {
-  if (const auto* ipAddr = RouterIpAddrInfo::ipAddrAttribute::match(attr, key)) {
-    vox_handleRouterIpAddr_ipAddr(*ipAddr);
-  }
-}
-
 Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSmFactory(
     const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
     const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl) {

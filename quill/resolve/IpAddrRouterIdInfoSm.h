@@ -22,22 +22,6 @@ class IpAddrRouterIdInfoSm : public Quill::StageReactor<IpAddrRouterIdInfoSm> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::IpAddrRouterIdInfoSm";
 
-  // Follows one router's address set.
-  class VoxRouterIpAddr
-      : public Vox::MemberReactor<VoxRouterIpAddr, IpAddrRouterIdInfoSm, RouterIpAddrInfo> {
-   public:
-    // A router removed as a whole while its address set is still non-empty leaves its pairs in
-    // the output until the next initialization sweeps them: the producer of the input is
-    // expected to withdraw addresses one by one first.
-    static constexpr Vox::Removal kRemoval = Vox::Removal::kDrop;
-    using MemberReactor::MemberReactor;
-
-    void handleRouterIpAddrInfo();
-    void vox_handleRouterIpAddr_ipAddr(const Vela::IpGenAddr& ipAddr);
-    void onAttribute(const Vox::AttributeInfo& attr, const void* key) override;
-    static constexpr auto kWholeMemberHandler = &VoxRouterIpAddr::handleRouterIpAddrInfo;
-  };
-
   IpAddrRouterIdInfoSm(const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
                        const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl);
   ~IpAddrRouterIdInfoSm() override;
@@ -60,13 +44,21 @@ class IpAddrRouterIdInfoSm : public Quill::StageReactor<IpAddrRouterIdInfoSm> {
   }
 
   void handleRouterIpAddr(const RouterId& routerId, const Vela::IpGenAddr& ipAddr);
+
+  // The per-key reactor following one router's address set. A router removed as a whole while
+  // its address set is still non-empty leaves its pairs in the output until the next
+  // initialization sweeps them: the producer of the input is expected to withdraw addresses one
+  // by one first.
+  using VoxRouterIpAddr =
+      Vox::KeyForwarder<IpAddrRouterIdInfoSm, RouterIpAddrInfo::ipAddrAttribute,
+                        &IpAddrRouterIdInfoSm::handleRouterIpAddr, Vox::Removal::kDrop>;
   void handleInitialized();
   void handleDelete();
 
-  Vox::Ptr<VoxRouterIpAddr> routerIpAddr(const RouterId& routerId) const {
+  VoxRouterIpAddr* routerIpAddr(const RouterId& routerId) const {
     return routerIpAddr_.find(routerId);
   }
-  Vox::Ptr<VoxRouterIpAddr> routerIpAddrIs(const Vox::Ptr<const RouterIpAddrInfo>& info) {
+  VoxRouterIpAddr* routerIpAddrIs(const Vox::Ptr<const RouterIpAddrInfo>& info) {
     return routerIpAddr_.is(info);
   }
   void routerIpAddrDel(const RouterId& routerId) { routerIpAddr_.del(routerId); }

@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "tests/support/TestEntities.h"
 
 namespace {
@@ -119,14 +121,18 @@ TYPED_TEST(ReactorTest, AZombieReceivesNothingAndComesBack) {
 }
 
 TYPED_TEST(ReactorTest, ReplacingTheMemberOfAKeyReplacesItsReactor) {
-  auto first = this->reactor->item.find({1});
-  auto sameAgain = this->reactor->item.is(this->coll->item({1}));
-  EXPECT_EQ(first, sameAgain);
+  auto* first = this->reactor->item.find({1});
+  EXPECT_EQ(this->reactor->item.is(this->coll->item({1})), first);
   auto stranger = Vox::create<TestItem>(TestKey{1});
-  auto replaced = this->reactor->item.is(stranger);
-  EXPECT_NE(replaced, first);
+  auto* replaced = this->reactor->item.is(stranger);
+  EXPECT_EQ(this->reactor->item.size(), 1u);
   EXPECT_EQ(replaced->member(), stranger.ptr());
-  EXPECT_FALSE(first->hasNotificationActive());
+  EXPECT_EQ(this->reactor->item.find({1}), replaced);
+  // The old member reaches no one any more; the new one does.
+  this->reactor->log.clear();
+  this->coll->item({1})->tagIs({16});
+  stranger->tagIs({17});
+  EXPECT_EQ(this->reactor->log, (Events{"tag 1 17"}));
 }
 
 TYPED_TEST(ReactorTest, NullMemberIsARangeError) {
@@ -137,6 +143,74 @@ TYPED_TEST(ReactorTest, NullMemberIsARangeError) {
     EXPECT_STREQ(
         error.what(),
         "null _item parameter to mutator for QuillTest::LoggingReactor::item not allowed\"");
+  }
+}
+
+// The typed forwarders: every tag of every item of a group reaches one stage handler with the
+// keys of both levels, and each (group, item, tag) is walked once however the group arrives or
+// goes.
+class NestingReactor : public Vox::Reactor {
+ public:
+  void handleTag(const TestKey& group, const TestKey& item, const TestKey& tag) {
+    log.push_back(std::to_string(group.value) + "/" + std::to_string(item.value) + "/" +
+                  std::to_string(tag.value));
+  }
+  struct VoxGroup
+      : Vox::MemberCollForwarder<VoxGroup, NestingReactor, QuillTest::TestGroup::itemAttribute,
+                                 TestItem::tagAttribute, &NestingReactor::handleTag> {
+    static constexpr const char* kClassName = "QuillTest::NestingReactor::VoxGroup";
+    using MemberCollForwarder::MemberCollForwarder;
+  };
+
+  explicit NestingReactor(const Vox::Ptr<const QuillTest::TestGroupColl>& coll) {
+    initializedIs(true);
+    observer.notifierIs(coll);
+  }
+
+  Events log;
+  Vox::PerKeyReactorColl<VoxGroup> group{*this, "QuillTest::NestingReactor", "group"};
+  Vox::CollectionObserver<QuillTest::TestGroupColl::groupAttribute, VoxGroup> observer{*this,
+                                                                                       group};
+};
+
+TEST(KeyForwarderTest, NestedKeysReachTheStageOncePerPair) {
+  auto coll = Vox::create<QuillTest::TestGroupColl>();
+  coll->groupIs({1})->itemIs({1})->tagIs({10});
+  auto reactor = Vox::create<NestingReactor>(coll);
+  EXPECT_TRUE(reactor->log.empty());  // created before anything referenced the reactor
+
+  auto group = coll->groupIs({2});
+  group->itemIs({3})->tagIs({30});
+  group->item({3})->tagDel({30});
+  EXPECT_EQ(reactor->log, (Events{"2/3/30", "2/3/30"}));
+
+  // A whole group arriving at once (a stranger replacing group 2) is walked once per pair; the
+  // group it replaces withdraws what it holds, once.
+  group->itemIs({4})->tagIs({40});
+  auto stranger = Vox::create<QuillTest::TestGroup>(TestKey{2});
+  stranger->itemIs({5})->tagIs({50});
+  stranger->item({5})->tagIs({51});
+  reactor->log.clear();
+  reactor->group.is(stranger);
+  std::sort(reactor->log.begin() + 1, reactor->log.end());
+  EXPECT_EQ(reactor->log, (Events{"2/4/40", "2/5/50", "2/5/51"}));
+
+  // Removing an item withdraws its tags through its own forwarder; removing the group walks what
+  // is left, once.
+  reactor->log.clear();
+  coll->group({1})->itemIs({6})->tagIs({60});
+  coll->group({1})->itemDel({6});
+  coll->groupDel({1});
+  EXPECT_EQ(reactor->log, (Events{"1/6/60", "1/6/60", "1/1/10"}));
+  EXPECT_EQ(reactor->group.size(), 1u);
+
+  try {
+    reactor->group.find({2})->nested().is(nullptr);
+    FAIL() << "expected a range exception";
+  } catch (const Vox::RangeException& error) {
+    EXPECT_STREQ(error.what(),
+                 "null _item parameter to mutator for QuillTest::NestingReactor::VoxGroup::item "
+                 "not allowed\"");
   }
 }
 

@@ -42,6 +42,18 @@ class TestColl : public Vox::EntityBase<TestColl> {
   VOX_SET_ATTRIBUTE(TestColl, flag, TestKey)
 };
 
+// Two levels of nesting: groups of items, each item with its tags.
+class TestGroup : public Vox::KeyedEntity<TestGroup, TestKey> {
+ public:
+  explicit TestGroup(const TestKey& key) : KeyedEntity(key) {}
+  VOX_ENTITY_COLL_ATTRIBUTE(TestGroup, item, TestKey, TestItem)
+};
+
+class TestGroupColl : public Vox::EntityBase<TestGroupColl> {
+ public:
+  VOX_ENTITY_COLL_ATTRIBUTE(TestGroupColl, group, TestKey, TestGroup)
+};
+
 // Records every notification it receives as "attr:key".
 class Recorder : public TestColl::NotifieeConst {
  public:
