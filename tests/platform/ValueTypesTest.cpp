@@ -39,10 +39,15 @@ TEST(ValueTypesTest, TextsRoundTripInOrderAndMalformedOnesAreRejected) {
       {"", "-1", "+1", "01", " 1", "1 ", "4294967296", "0x10", "1e3"});
   expectValueTexts<Mpls::RouterId>({"0.0.0.0:65535", "1.1.1.1:0", "1.1.1.1:1", "1.1.1.2:0"},
                                    {"2.2.2.2", "2.2.2.2:", "2.2.2.2:65536", "2.2.2.2:00", ":0"});
+  // Opaque values of up to eight bytes and longer ones interleave; bytes compare as unsigned and
+  // a prefix sorts before its extensions, whichever of the two is the longer.
   expectValueTexts<Mpls::FwdEqvClass>(
       {"p2mp/0.0.0.0/", "p2mp/1.1.1.1/", "p2mp/1.1.1.1/0100010702000109",
-       "p2mp/1.1.1.1/0100040000002a", "p2mp/1.1.1.1/ff0000", "p2mp/2.2.2.2/", "p2mp/::1/",
-       "p2mp/2001:db8::1/ff0000"},
+       "p2mp/1.1.1.1/0100040000002a", "p2mp/1.1.1.1/0100040000002aff0000",
+       "p2mp/1.1.1.1/0100050102030405", "p2mp/1.1.1.1/010006010203040506", "p2mp/1.1.1.1/ff0000",
+       "p2mp/1.1.1.1/ff0000ff0000ff0000", "p2mp/1.1.1.1/ff0006000000000000",
+       "p2mp/1.1.1.1/ff0006800000000000", "p2mp/2.2.2.2/", "p2mp/::1/", "p2mp/2001:db8::1/ff0000",
+       "p2mp/2001:db8::1/ff0009000102030405060708"},
       {"", "p2mp", "p2mp/", "p2mp/1.1.1.1", "P2MP/1.1.1.1/", "p2mp/1.1.1/", "p2mp/1.1.1.1/0",
        "p2mp/1.1.1.1/zz", "p2mp/1.1.1.1/0100", "p2mp/1.1.1.1/01000400", "p2mp/1.1.1.1/010000ff"});
   expectValueTexts<Mpls::FibVia>(
@@ -143,6 +148,8 @@ TEST(ValueTypesTest, AttrLogRoundTripsAndRejectsValuesNoTextCouldSpell) {
   QuillTest::expectLogRoundTrip(Mpls::RouterId(0x02020202, 7));
   QuillTest::expectLogRoundTrip(Mpls::FwdEqvClass());
   QuillTest::expectLogRoundTrip(Mpls::FwdEqvClass::p2mpLspId(Vela::IpAddr(0x01010101), 42));
+  QuillTest::expectLogRoundTrip(
+      Mpls::FwdEqvClass::sequenceToValue("p2mp/2001:db8::1/ff0009000102030405060708"));
   QuillTest::expectLogRoundTrip(Mpls::FibVia::sequenceToValue("2001:db8::1-Port-Channel10"));
   QuillTest::expectLogRoundTrip(Ldp::LdpIdentifier(0x01020304, 3));
   std::string family, vlan, opaque;
