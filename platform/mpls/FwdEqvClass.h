@@ -87,7 +87,8 @@ class FwdEqvClass {
   static std::string opaqueDefect(std::string_view opaque);
 
   const Vela::IpGenAddr& root() const { return root_; }
-  // Valid while this FEC, or a copy sharing its heap block, lives.
+  // Points into this FEC or into the heap block its copies share: valid until this FEC is
+  // destroyed or assigned to.
   std::string_view opaque() const {
     return onHeap() ? heapOpaque() : std::string_view(opaque_.bytes, opaqueSize_);
   }
