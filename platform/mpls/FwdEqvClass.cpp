@@ -1,7 +1,8 @@
 #include "platform/mpls/FwdEqvClass.h"
 
+#include <atomic>
+#include <new>
 #include <ostream>
-#include <utility>
 
 #include "platform/vox/Exception.h"
 #include "platform/vox/Hash.h"
@@ -18,9 +19,66 @@ constexpr uint8_t kGenericLspIdType = 1;
 constexpr std::size_t kTlvHeaderSize = 3;
 }  // namespace
 
-FwdEqvClass::FwdEqvClass(const Vela::IpGenAddr& root, std::string opaque)
-    : root_(root), opaque_(std::move(opaque)) {
-  VOX_ASSERT(opaqueDefect(opaque_).empty(), "well-formed opaque value");
+// Allocated as one block: this header, then `size` bytes. Immutable once built; freed with the
+// last reference.
+struct FwdEqvClass::HeapOpaque {
+#if VOX_THREAD_SAFE_PTR
+  mutable std::atomic<uint32_t> refs;
+#else
+  mutable uint32_t refs;
+#endif
+  std::size_t size;
+
+  const char* bytes() const {
+    return reinterpret_cast<const char*>(this + 1);
+  }
+
+  static const HeapOpaque* make(std::string_view bytes) {
+    void* raw = ::operator new(sizeof(HeapOpaque) + bytes.size());
+    auto* heap = new (raw) HeapOpaque{1, bytes.size()};
+    bytes.copy(reinterpret_cast<char*>(heap + 1), bytes.size());
+    return heap;
+  }
+};
+
+FwdEqvClass::FwdEqvClass(const Vela::IpGenAddr& root, std::string_view opaque) : root_(root) {
+  VOX_ASSERT(opaqueDefect(opaque).empty(), "well-formed opaque value");
+  if (opaque.size() <= kInlineOpaque) {
+    opaque.copy(opaque_.bytes, opaque.size());
+    opaqueSize_ = static_cast<uint8_t>(opaque.size());
+  } else {
+    opaque_.heap = HeapOpaque::make(opaque);
+    opaqueSize_ = kOnHeap;
+  }
+  hash0_ = computeHash(0);
+}
+
+std::string_view FwdEqvClass::heapOpaque() const {
+  return std::string_view(opaque_.heap->bytes(), opaque_.heap->size);
+}
+
+void FwdEqvClass::retain(const HeapOpaque* heap) noexcept {
+#if VOX_THREAD_SAFE_PTR
+  heap->refs.fetch_add(1, std::memory_order_relaxed);
+#else
+  ++heap->refs;
+#endif
+}
+
+void FwdEqvClass::release(const HeapOpaque* heap) noexcept {
+#if VOX_THREAD_SAFE_PTR
+  if (heap->refs.fetch_sub(1, std::memory_order_acq_rel) != 1) return;
+#else
+  if (--heap->refs != 0) return;
+#endif
+  heap->~HeapOpaque();
+  ::operator delete(const_cast<HeapOpaque*>(heap));
+}
+
+void FwdEqvClass::becomeDefault() noexcept {
+  opaque_ = Opaque{};
+  root_ = Vela::IpGenAddr();
+  opaqueSize_ = 0;
   hash0_ = computeHash(0);
 }
 
@@ -29,20 +87,23 @@ FwdEqvClass::FwdEqvClass(Vox::AttrLogReader& in) : FwdEqvClass(fromLog(in)) {}
 FwdEqvClass FwdEqvClass::fromLog(Vox::AttrLogReader& in) {
   const Vela::IpGenAddr root(in);
   const std::size_t offset = in.offset();
-  std::string opaque(in.bytes());
+  const std::string_view opaque = in.bytes();
   if (const std::string defect = opaqueDefect(opaque); !defect.empty()) {
     throw Vox::LogStreamError("attribute log stream has a malformed opaque value at offset " +
                               std::to_string(offset) + ": " + defect);
   }
-  return FwdEqvClass(root, std::move(opaque));
+  return FwdEqvClass(root, opaque);
 }
 
 FwdEqvClass FwdEqvClass::p2mpLspId(const Vela::IpGenAddr& root, uint32_t lspId) {
-  std::string opaque{static_cast<char>(kGenericLspIdType), 0, 4};
-  for (int shift = 24; shift >= 0; shift -= 8) {
-    opaque.push_back(static_cast<char>((lspId >> shift) & 0xff));
-  }
-  return FwdEqvClass(root, std::move(opaque));
+  const char opaque[] = {static_cast<char>(kGenericLspIdType),
+                         0,
+                         4,
+                         static_cast<char>(lspId >> 24),
+                         static_cast<char>(lspId >> 16),
+                         static_cast<char>(lspId >> 8),
+                         static_cast<char>(lspId)};
+  return FwdEqvClass(root, std::string_view(opaque, sizeof(opaque)));
 }
 
 std::string FwdEqvClass::opaqueDefect(std::string_view opaque) {
@@ -64,16 +125,17 @@ std::string FwdEqvClass::opaqueDefect(std::string_view opaque) {
 
 uint32_t FwdEqvClass::computeHash(uint32_t seed) const {
   const auto& rootBytes = root_.ip6Addr().bytes();
+  const std::string_view bytes = opaque();
   return Vox::Hash(seed)
       .hashMix(static_cast<uint32_t>(root_.family()))
       .hashBytes(rootBytes.data(), rootBytes.size())
-      .hashMix(static_cast<uint32_t>(opaque_.size()))
-      .hashBytes(opaque_.data(), opaque_.size())
+      .hashMix(static_cast<uint32_t>(bytes.size()))
+      .hashBytes(bytes.data(), bytes.size())
       .result();
 }
 
 std::string FwdEqvClass::valueToStrep() const {
-  return std::string(kPrefix) + root_.valueToStrep() + '/' + Vox::text::hexText(opaque_);
+  return std::string(kPrefix) + root_.valueToStrep() + '/' + Vox::text::hexText(opaque());
 }
 
 std::ostream& operator<<(std::ostream& os, const FwdEqvClass& fec) {
@@ -104,12 +166,12 @@ FwdEqvClass FwdEqvClass::sequenceToValue(std::string_view text) {
   if (const std::string defect = opaqueDefect(*opaque); !defect.empty()) {
     throw Vox::ParseError(kTypeName, text, std::string(kExpected) + "; " + defect);
   }
-  return FwdEqvClass(root, std::move(*opaque));
+  return FwdEqvClass(root, *opaque);
 }
 
 void FwdEqvClass::logTo(Vox::AttrLogWriter& out) const {
   root_.logTo(out);
-  out.bytes(opaque_);
+  out.bytes(opaque());
 }
 
 }  // namespace Mpls

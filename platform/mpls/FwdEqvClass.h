@@ -14,10 +14,18 @@
 // case; input may use either case, as hex dumps from other tools often are upper case. The
 // default FEC is "p2mp/0.0.0.0/".
 //
+// A FEC is a key copied into many per-(FEC, router) tables, so it is kept to 32 bytes: the root,
+// the cached seed-0 hash and either the opaque bytes themselves (up to kInlineOpaque of them, room
+// for the usual single Generic LSP Identifier TLV) or a pointer to an immutable heap block that
+// copies share through a reference count (atomic in a VOX_THREAD_SAFE_PTR build). Copying an
+// inline FEC allocates nothing; copying a longer one adds a reference.
+//
 //   auto fec = Mpls::FwdEqvClass::p2mpLspId(Vela::IpAddr(0x01010101), 42);
 //   fec.valueToStrep();    // "p2mp/1.1.1.1/0100040000002a"  (type 1, length 4, LSP id 42)
 #include <compare>
+#include <cstddef>
 #include <cstdint>
+#include <cstring>
 #include <iosfwd>
 #include <string>
 #include <string_view>
@@ -29,11 +37,48 @@ namespace Mpls {
 
 class FwdEqvClass {
  public:
+  // The longest opaque value stored without a heap block.
+  static constexpr std::size_t kInlineOpaque = 8;
+
   FwdEqvClass() : hash0_(computeHash(0)) {}
   // Precondition (fatal otherwise): opaqueDefect(opaque) is empty.
-  FwdEqvClass(const Vela::IpGenAddr& root, std::string opaque);
+  FwdEqvClass(const Vela::IpGenAddr& root, std::string_view opaque);
   // Throws Vox::LogStreamError on truncated input or a malformed opaque value.
   explicit FwdEqvClass(Vox::AttrLogReader& in);
+
+  FwdEqvClass(const FwdEqvClass& other) noexcept
+      : opaque_(other.opaque_),
+        root_(other.root_),
+        opaqueSize_(other.opaqueSize_),
+        hash0_(other.hash0_) {
+    if (onHeap()) retain(opaque_.heap);
+  }
+  // The source is left valid: unchanged if its opaque value was inline, else the default FEC.
+  FwdEqvClass(FwdEqvClass&& other) noexcept
+      : opaque_(other.opaque_),
+        root_(other.root_),
+        opaqueSize_(other.opaqueSize_),
+        hash0_(other.hash0_) {
+    if (onHeap()) other.becomeDefault();
+  }
+  FwdEqvClass& operator=(const FwdEqvClass& other) noexcept {
+    // Referencing the new block before releasing the old one makes self-assignment safe.
+    if (other.onHeap()) retain(other.opaque_.heap);
+    if (onHeap()) release(opaque_.heap);
+    assignFields(other);
+    return *this;
+  }
+  FwdEqvClass& operator=(FwdEqvClass&& other) noexcept {
+    if (this != &other) {
+      if (onHeap()) release(opaque_.heap);
+      assignFields(other);
+      if (other.onHeap()) other.becomeDefault();
+    }
+    return *this;
+  }
+  ~FwdEqvClass() {
+    if (onHeap()) release(opaque_.heap);
+  }
 
   // The FEC of a tree named by a Generic LSP Identifier TLV (type 1, length 4, the id).
   static FwdEqvClass p2mpLspId(const Vela::IpGenAddr& root, uint32_t lspId);
@@ -42,16 +87,25 @@ class FwdEqvClass {
   static std::string opaqueDefect(std::string_view opaque);
 
   const Vela::IpGenAddr& root() const { return root_; }
-  const std::string& opaque() const { return opaque_; }
+  // Points into this FEC or into the heap block its copies share: valid until this FEC is
+  // destroyed or assigned to.
+  std::string_view opaque() const {
+    return onHeap() ? heapOpaque() : std::string_view(opaque_.bytes, opaqueSize_);
+  }
 
   // Equality and order are the root's, then the opaque bytes'; the cached hash only rejects
-  // unequal values early.
+  // unequal values early. Unused inline bytes are zero, so equal inline values have equal
+  // buffers.
   bool operator==(const FwdEqvClass& other) const {
-    return hash0_ == other.hash0_ && root_ == other.root_ && opaque_ == other.opaque_;
+    if (hash0_ != other.hash0_ || opaqueSize_ != other.opaqueSize_ || !(root_ == other.root_)) {
+      return false;
+    }
+    if (!onHeap()) return std::memcmp(opaque_.bytes, other.opaque_.bytes, kInlineOpaque) == 0;
+    return opaque_.heap == other.opaque_.heap || heapOpaque() == other.heapOpaque();
   }
   std::strong_ordering operator<=>(const FwdEqvClass& other) const {
     if (const auto byRoot = root_ <=> other.root_; byRoot != 0) return byRoot;
-    return opaque_ <=> other.opaque_;
+    return opaque() <=> other.opaque();
   }
   // Every table keyed by a FEC hashes it with seed 0, and a FEC is copied into many of them:
   // that hash is computed once, at construction.
@@ -63,11 +117,30 @@ class FwdEqvClass {
   void logTo(Vox::AttrLogWriter& out) const;
 
  private:
+  struct HeapOpaque;  // a reference count, the size, then the bytes
+  static constexpr uint8_t kOnHeap = 0xff;
+  static_assert(kInlineOpaque < kOnHeap);
+
+  bool onHeap() const { return opaqueSize_ == kOnHeap; }
+  std::string_view heapOpaque() const;
+  static void retain(const HeapOpaque* heap) noexcept;
+  static void release(const HeapOpaque* heap) noexcept;
+  void assignFields(const FwdEqvClass& other) noexcept {
+    opaque_ = other.opaque_;
+    root_ = other.root_;
+    opaqueSize_ = other.opaqueSize_;
+    hash0_ = other.hash0_;
+  }
+  void becomeDefault() noexcept;
   static FwdEqvClass fromLog(Vox::AttrLogReader& in);
   uint32_t computeHash(uint32_t seed) const;
 
+  union Opaque {
+    char bytes[kInlineOpaque];  // when opaqueSize_ != kOnHeap; zero past opaqueSize_
+    const HeapOpaque* heap;     // when opaqueSize_ == kOnHeap; one counted reference
+  } opaque_{};
   Vela::IpGenAddr root_;
-  std::string opaque_;
+  uint8_t opaqueSize_ = 0;  // the inline length, or kOnHeap
   uint32_t hash0_;
 };
 

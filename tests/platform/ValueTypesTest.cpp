@@ -39,10 +39,15 @@ TEST(ValueTypesTest, TextsRoundTripInOrderAndMalformedOnesAreRejected) {
       {"", "-1", "+1", "01", " 1", "1 ", "4294967296", "0x10", "1e3"});
   expectValueTexts<Mpls::RouterId>({"0.0.0.0:65535", "1.1.1.1:0", "1.1.1.1:1", "1.1.1.2:0"},
                                    {"2.2.2.2", "2.2.2.2:", "2.2.2.2:65536", "2.2.2.2:00", ":0"});
+  // Opaque values of up to eight bytes and longer ones interleave; bytes compare as unsigned and
+  // a prefix sorts before its extensions, whichever of the two is the longer.
   expectValueTexts<Mpls::FwdEqvClass>(
       {"p2mp/0.0.0.0/", "p2mp/1.1.1.1/", "p2mp/1.1.1.1/0100010702000109",
-       "p2mp/1.1.1.1/0100040000002a", "p2mp/1.1.1.1/ff0000", "p2mp/2.2.2.2/", "p2mp/::1/",
-       "p2mp/2001:db8::1/ff0000"},
+       "p2mp/1.1.1.1/0100040000002a", "p2mp/1.1.1.1/0100040000002aff0000",
+       "p2mp/1.1.1.1/0100050102030405", "p2mp/1.1.1.1/010006010203040506", "p2mp/1.1.1.1/ff0000",
+       "p2mp/1.1.1.1/ff0000ff0000ff0000", "p2mp/1.1.1.1/ff0006000000000000",
+       "p2mp/1.1.1.1/ff0006800000000000", "p2mp/2.2.2.2/", "p2mp/::1/", "p2mp/2001:db8::1/ff0000",
+       "p2mp/2001:db8::1/ff0009000102030405060708"},
       {"", "p2mp", "p2mp/", "p2mp/1.1.1.1", "P2MP/1.1.1.1/", "p2mp/1.1.1/", "p2mp/1.1.1.1/0",
        "p2mp/1.1.1.1/zz", "p2mp/1.1.1.1/0100", "p2mp/1.1.1.1/01000400", "p2mp/1.1.1.1/010000ff"});
   expectValueTexts<Mpls::FibVia>(
@@ -92,6 +97,33 @@ TEST(ValueTypesTest, HashesMixEveryFieldInOrder) {
   EXPECT_EQ(Ldp::LdpIdentifier(0x01010101, 1).hash(), 0xc747f8b1u);
 }
 
+// Every table keyed by a FEC, and the ring that spreads FECs over next-hops, depends on these
+// exact values: a change of layout or of mixing order must not move them. Opaque values of every
+// length class: none, short, exactly eight bytes, just over, and long ones with a ragged tail.
+TEST(ValueTypesTest, FecHashesKeepTheirValuesForEverySeed) {
+  struct Case {
+    std::string_view text;
+    uint32_t seed0, seed1, seedGolden;
+  };
+  for (const Case& c : std::initializer_list<Case>{
+           {"p2mp/0.0.0.0/", 0x99ae81bau, 0xb7bc7cc7u, 0x7c8f4902u},
+           {"p2mp/1.1.1.1/0100040000002a", 0x95ea4eceu, 0x41b37e92u, 0x0c134a5bu},
+           {"p2mp/2001:db8::1/ff0000", 0xaae6cecdu, 0x1559f90du, 0x1e241b43u},
+           {"p2mp/::ffff:1.1.1.1/0100040000002a", 0x2c993a42u, 0xbe96b38fu, 0xdf346ff6u},
+           {"p2mp/10.0.0.1/0100050102030405", 0xebd5606eu, 0xa93831f5u, 0x5c51502au},
+           {"p2mp/10.0.0.1/010006010203040506", 0x490e21ecu, 0xdc8279a4u, 0x1c8f962bu},
+           {"p2mp/1.1.1.1/0100040000002aff000102030000", 0x3b7f5e04u, 0x1fdbfe4du, 0x812e6cd6u},
+           {"p2mp/fe80::1:2/02001000112233445566778899aabbccddeeff", 0x4c8c9f20u, 0x572146e0u,
+            0x77a1fe9bu},
+       }) {
+    SCOPED_TRACE(c.text);
+    const auto fec = Mpls::FwdEqvClass::sequenceToValue(c.text);
+    EXPECT_EQ(fec.hash(0), c.seed0);
+    EXPECT_EQ(fec.hash(1), c.seed1);
+    EXPECT_EQ(fec.hash(0x9e3779b9u), c.seedGolden);
+  }
+}
+
 TEST(ValueTypesTest, SameBytesDifferentFamilies) {
   const Vela::IpGenAddr v4(Vela::IpAddr(0x01020304));
   const auto v6 = Vela::IpGenAddr::sequenceToValue("::ffff:1.2.3.4");
@@ -116,6 +148,8 @@ TEST(ValueTypesTest, AttrLogRoundTripsAndRejectsValuesNoTextCouldSpell) {
   QuillTest::expectLogRoundTrip(Mpls::RouterId(0x02020202, 7));
   QuillTest::expectLogRoundTrip(Mpls::FwdEqvClass());
   QuillTest::expectLogRoundTrip(Mpls::FwdEqvClass::p2mpLspId(Vela::IpAddr(0x01010101), 42));
+  QuillTest::expectLogRoundTrip(
+      Mpls::FwdEqvClass::sequenceToValue("p2mp/2001:db8::1/ff0009000102030405060708"));
   QuillTest::expectLogRoundTrip(Mpls::FibVia::sequenceToValue("2001:db8::1-Port-Channel10"));
   QuillTest::expectLogRoundTrip(Ldp::LdpIdentifier(0x01020304, 3));
   std::string family, vlan, opaque;
