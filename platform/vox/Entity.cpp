@@ -5,15 +5,97 @@
 
 namespace Vox {
 
+NotifieeList::Array* NotifieeList::allocateArray(uint32_t capacity) {
+  void* bytes =
+      Memory::allocate(sizeof(Array) + capacity * sizeof(NotifieeBase*), MemoryKind::kNotifieeList);
+  return new (bytes) Array{0, capacity};
+}
+
+void NotifieeList::freeArray(Array* a) noexcept {
+  Memory::deallocate(a, sizeof(Array) + a->capacity * sizeof(NotifieeBase*),
+                     MemoryKind::kNotifieeList);
+}
+
+void NotifieeList::release() noexcept {
+  if (word_ & kArrayTag) freeArray(array());
+  word_ = 0;
+}
+
+std::size_t NotifieeList::count() const {
+  if (empty()) return 0;
+  if (inlined()) return 1;
+  NotifieeBase* const* first = slots(array());
+  return static_cast<std::size_t>(
+      std::count_if(first, first + array()->size, [](auto* n) { return n != nullptr; }));
+}
+
+void NotifieeList::add(NotifieeBase* notifiee) {
+  assert(notifiee && (reinterpret_cast<std::uintptr_t>(notifiee) & kArrayTag) == 0);
+  if (empty()) {
+    word_ = reinterpret_cast<std::uintptr_t>(notifiee);
+    return;
+  }
+  if (inlined()) {
+    Array* grown = allocateArray(2);
+    slots(grown)[0] = single();
+    slots(grown)[1] = notifiee;
+    grown->size = 2;
+    word_ = reinterpret_cast<std::uintptr_t>(grown) | kArrayTag;
+    return;
+  }
+  Array* a = array();
+  if (a->size == a->capacity) {
+    // Only appends: a delivery in progress reads its slots by index, below the size it started
+    // with, and finds them where they were.
+    Array* grown = allocateArray(a->capacity * 2);
+    std::copy(slots(a), slots(a) + a->size, slots(grown));
+    grown->size = a->size;
+    freeArray(a);
+    a = grown;
+    word_ = reinterpret_cast<std::uintptr_t>(grown) | kArrayTag;
+  }
+  slots(a)[a->size++] = notifiee;
+}
+
+bool NotifieeList::remove(NotifieeBase* notifiee, bool keepIndices) {
+  if (empty()) return false;
+  if (inlined()) {
+    // No delivery walks an inline list by index, so the slot can go at once.
+    if (single() == notifiee) word_ = 0;
+    return false;
+  }
+  Array* a = array();
+  NotifieeBase** const first = slots(a);
+  NotifieeBase** const it = std::find(first, first + a->size, notifiee);
+  if (it == first + a->size) return false;
+  if (keepIndices) {
+    *it = nullptr;
+    return true;
+  }
+  std::copy(it + 1, first + a->size, it);
+  --a->size;
+  if (a->size <= 1) compact();
+  return false;
+}
+
+void NotifieeList::compact() {
+  if (!(word_ & kArrayTag)) return;
+  Array* a = array();
+  NotifieeBase** const first = slots(a);
+  a->size = static_cast<uint32_t>(std::remove(first, first + a->size, nullptr) - first);
+  if (a->size > 1) return;
+  NotifieeBase* const remaining = a->size == 1 ? first[0] : nullptr;
+  freeArray(a);
+  word_ = reinterpret_cast<std::uintptr_t>(remaining);
+}
+
 Entity::~Entity() {
   // Hooked observers hold a reference, so none can be left when the entity goes.
-  assert(std::none_of(notifiees_.begin(), notifiees_.end(), [](auto* n) { return n != nullptr; }) &&
-         "entity destroyed while observed");
+  assert(notifiees_.count() == 0 && "entity destroyed while observed");
 }
 
 std::size_t Entity::notifiees() const {
-  return static_cast<std::size_t>(
-      std::count_if(notifiees_.begin(), notifiees_.end(), [](auto* n) { return n != nullptr; }));
+  return notifiees_.count();
 }
 
 void Entity::deliver(const AttributeInfo& attr, const void* key) const {
@@ -25,34 +107,38 @@ void Entity::deliver(const AttributeInfo& attr, const void* key) const {
   // observer's exception ends the delivery early.
   struct DepthGuard {
     const Entity& entity;
-    explicit DepthGuard(const Entity& e) : entity(e) { ++entity.deliveryDepth_; }
+    explicit DepthGuard(const Entity& e) : entity(e) {
+      assert(entity.deliveryDepth_ < UINT16_MAX && "deliveries nested too deep");
+      ++entity.deliveryDepth_;
+    }
     ~DepthGuard() {
       if (--entity.deliveryDepth_ == 0 && entity.compactPending_) {
-        std::erase(entity.notifiees_, nullptr);
+        entity.notifiees_.compact();
         entity.compactPending_ = false;
       }
     }
   } depth(*this);
-  const std::size_t count = notifiees_.size();
+  if (notifiees_.inlined()) {
+    // One observer: whatever it adds or removes, no later slot is left to visit.
+    NotifieeBase* notifiee = notifiees_.single();
+    if (notifiee->wantsNotification()) notifiee->onAttribute(attr, key);
+    return;
+  }
+  // The array stays an array while any delivery is in progress (removals only null slots out,
+  // additions append), so reading slot i afresh each time is safe even if it was reallocated.
+  const std::size_t count = notifiees_.arraySlots();
   for (std::size_t i = 0; i < count; ++i) {
-    NotifieeBase* notifiee = notifiees_[i];
+    NotifieeBase* notifiee = notifiees_.arraySlot(i);
     if (notifiee && notifiee->wantsNotification()) notifiee->onAttribute(attr, key);
   }
 }
 
 void Entity::notifieeIs(NotifieeBase* notifiee) const {
-  notifiees_.push_back(notifiee);
+  notifiees_.add(notifiee);
 }
 
 void Entity::notifieeDel(NotifieeBase* notifiee) const {
-  const auto it = std::find(notifiees_.begin(), notifiees_.end(), notifiee);
-  if (it == notifiees_.end()) return;
-  if (deliveryDepth_ > 0) {
-    *it = nullptr;
-    compactPending_ = true;
-  } else {
-    notifiees_.erase(it);
-  }
+  if (notifiees_.remove(notifiee, deliveryDepth_ > 0)) compactPending_ = true;
 }
 
 NotifieeBase::~NotifieeBase() {

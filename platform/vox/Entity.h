@@ -32,7 +32,6 @@
 #include <cstddef>
 #include <cstdint>
 #include <string>
-#include <vector>
 
 #include "platform/vox/Ptr.h"
 #include "platform/vox/TrackingAllocator.h"
@@ -45,6 +44,50 @@ struct AttributeInfo {
 };
 
 class NotifieeBase;
+
+// The observer list of one entity, in one word. Most entities have at most one observer, so the
+// word holds that observer itself; a second observer moves the list to a heap array (accounted
+// as kNotifieeList), which goes again when the list is back to one observer outside a delivery.
+// Slots keep the order of addition. Removal during a delivery nulls the slot out, so that indices
+// stay valid for the loops in progress, and `compact` drops the nulls afterwards.
+class NotifieeList {
+ public:
+  NotifieeList() = default;
+  NotifieeList(const NotifieeList&) = delete;
+  NotifieeList& operator=(const NotifieeList&) = delete;
+  ~NotifieeList() { release(); }
+
+  bool empty() const { return word_ == 0; }
+  // Whether the list holds exactly one observer in place (then `single()` is it).
+  bool inlined() const { return word_ != 0 && (word_ & kArrayTag) == 0; }
+  NotifieeBase* single() const { return reinterpret_cast<NotifieeBase*>(word_); }
+  // Slots of the heap array, nulled-out ones included; only when not `inlined()`.
+  std::size_t arraySlots() const { return word_ == 0 ? 0 : array()->size; }
+  NotifieeBase* arraySlot(std::size_t i) const { return slots(array())[i]; }
+
+  std::size_t count() const;
+  void add(NotifieeBase* notifiee);
+  // Takes `notifiee` off the list. With `keepIndices`, a slot of the array is nulled out instead
+  // of erased; returns whether that happened (the list then needs `compact`).
+  bool remove(NotifieeBase* notifiee, bool keepIndices);
+  // Drops nulled-out slots; a list left with one observer or none gives its array back.
+  void compact();
+
+ private:
+  struct Array {
+    uint32_t size;
+    uint32_t capacity;
+  };
+  static constexpr std::uintptr_t kArrayTag = 1;  // observers are at least pointer-aligned
+
+  Array* array() const { return reinterpret_cast<Array*>(word_ & ~kArrayTag); }
+  static NotifieeBase** slots(Array* a) { return reinterpret_cast<NotifieeBase**>(a + 1); }
+  static Array* allocateArray(uint32_t capacity);
+  static void freeArray(Array* a) noexcept;
+  void release() noexcept;
+
+  std::uintptr_t word_ = 0;
+};
 
 class Entity : public PtrInterface, public TrackedObject<MemoryKind::kEntity> {
  public:
@@ -81,12 +124,13 @@ class Entity : public PtrInterface, public TrackedObject<MemoryKind::kEntity> {
   void notifieeIs(NotifieeBase* notifiee) const;
   void notifieeDel(NotifieeBase* notifiee) const;
 
-  mutable std::vector<NotifieeBase*, TrackingAllocator<NotifieeBase*, MemoryKind::kNotifieeList>>
-      notifiees_;
-  const Entity* parent_ = nullptr;
+  // The depth and flags come first so that they share the word left over after the reference
+  // count; the entity is then a vtable pointer, that word, the observer list and the parent.
   mutable uint16_t deliveryDepth_ = 0;   // nested deliveries in progress
   mutable bool compactPending_ = false;  // observers removed during a delivery
   bool hasNotificationActive_ = false;
+  mutable NotifieeList notifiees_;
+  const Entity* parent_ = nullptr;
 };
 
 // An observer of one entity. Hooked observers hold a counted reference to their notifier, so an

@@ -3,6 +3,11 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <memory>
+#include <ostream>
+#include <stdexcept>
+#include <string>
+#include <vector>
 
 #include "tests/support/TestEntities.h"
 
@@ -174,6 +179,165 @@ TEST_F(EntityTest, AMemberRemovedInsideTheLoopThatVisitsItStaysUsable) {
   }
   EXPECT_EQ(tagsSeen, 8);
   EXPECT_EQ(coll->items(), 0u);
+}
+
+// One observer lives in the entity itself; a second moves the list to a heap array, which goes
+// again once the list is back to one. Each case crosses that boundary from inside a delivery:
+// watchers `a` (and `b` when `bothWatch`) are hooked in that order, the case arranges what they
+// do on their first notification, then flag 1 changes (throwing when `throws`) and flag 2 follows.
+struct BoundaryScene {
+  struct Watcher : TestColl::NotifieeConst {
+    Watcher(std::string n, Events& l) : name(std::move(n)), log(l) {}
+    void onAttribute(const Vox::AttributeInfo&, const void* key) override {
+      log.push_back(name + ":" + std::to_string(static_cast<const TestKey*>(key)->value));
+      if (calls++ == 0 && action) action();
+    }
+    std::string name;
+    Events& log;
+    std::function<void()> action;
+    int calls = 0;
+  };
+  void watch(Watcher& w) {
+    w.notifierIs(coll);
+    w.hasNotificationActiveIs(true);
+  }
+  Vox::Ptr<TestColl> coll = Vox::create<TestColl>();
+  Events log;
+  Watcher a{"a", log}, b{"b", log}, c{"c", log};
+};
+
+struct BoundaryCase {
+  const char* name;
+  bool bothWatch;
+  void (*arrange)(BoundaryScene&);
+  bool throws;
+  Events log;
+  std::size_t notifieesAfter;
+  friend void PrintTo(const BoundaryCase& c, std::ostream* out) { *out << c.name; }
+};
+
+class ObserverListBoundaryTest : public ::testing::TestWithParam<BoundaryCase> {};
+
+TEST_P(ObserverListBoundaryTest, KeepsTheDeliveryGuaranteesAcrossTheInlineArrayBoundary) {
+  const BoundaryCase& param = GetParam();
+  const int64_t listBytesBefore = Vox::Memory::liveBytes(Vox::MemoryKind::kNotifieeList);
+  BoundaryScene scene;
+  scene.watch(scene.a);
+  if (param.bothWatch) scene.watch(scene.b);
+  param.arrange(scene);
+  if (param.throws) {
+    EXPECT_THROW(scene.coll->flagIs({1}), std::runtime_error);
+  } else {
+    scene.coll->flagIs({1});
+  }
+  scene.coll->flagIs({2});
+  EXPECT_EQ(scene.log, param.log);
+  EXPECT_EQ(scene.coll->notifiees(), param.notifieesAfter);
+  const int64_t listBytes =
+      Vox::Memory::liveBytes(Vox::MemoryKind::kNotifieeList) - listBytesBefore;
+  if (param.notifieesAfter <= 1) {
+    EXPECT_EQ(listBytes, 0) << "a list of one observer or none holds no array";
+  } else {
+    EXPECT_GT(listBytes, 0);
+  }
+}
+
+const BoundaryCase kBoundaryCases[] = {
+    BoundaryCase{"OnlyObserverRemovesItself", false,
+                 [](BoundaryScene& s) { s.a.action = [&s] { s.a.unhook(); }; }, false,
+                 Events{"a:1"}, 0},
+    BoundaryCase{"OnlyObserverAddsASecond", false,
+                 [](BoundaryScene& s) { s.a.action = [&s] { s.watch(s.b); }; }, false,
+                 Events{"a:1", "a:2", "b:2"}, 2},
+    BoundaryCase{"OnlyObserverReplacesItself", false,
+                 [](BoundaryScene& s) {
+                   s.a.action = [&s] {
+                     s.a.unhook();
+                     s.watch(s.b);
+                   };
+                 },
+                 false, Events{"a:1", "b:2"}, 1},
+    BoundaryCase{"FirstOfTwoRemovesTheOther", true,
+                 [](BoundaryScene& s) { s.a.action = [&s] { s.b.unhook(); }; }, false,
+                 Events{"a:1", "a:2"}, 1},
+    BoundaryCase{"SecondOfTwoRemovesTheOther", true,
+                 [](BoundaryScene& s) { s.b.action = [&s] { s.a.unhook(); }; }, false,
+                 Events{"a:1", "b:1", "b:2"}, 1},
+    BoundaryCase{"BothOfTwoRemoveThemselves", true,
+                 [](BoundaryScene& s) {
+                   s.a.action = [&s] { s.a.unhook(); };
+                   s.b.action = [&s] { s.b.unhook(); };
+                 },
+                 false, Events{"a:1", "b:1"}, 0},
+    BoundaryCase{"ThirdAddedWhileTheArrayIsWalked", true,
+                 [](BoundaryScene& s) { s.a.action = [&s] { s.watch(s.c); }; }, false,
+                 Events{"a:1", "b:1", "a:2", "b:2", "c:2"}, 3},
+    BoundaryCase{"NestedChangeFromTheOnlyObserver", false,
+                 [](BoundaryScene& s) { s.a.action = [&s] { s.coll->flagIs({99}); }; }, false,
+                 Events{"a:1", "a:99", "a:2"}, 1},
+    BoundaryCase{"SecondAddedThenNestedChangeRemovesTheFirst", false,
+                 [](BoundaryScene& s) {
+                   s.a.action = [&s] {
+                     s.watch(s.b);
+                     s.coll->flagIs({99});
+                   };
+                   s.b.action = [&s] { s.a.unhook(); };
+                 },
+                 false, Events{"a:1", "a:99", "b:99", "b:2"}, 1},
+    BoundaryCase{
+        "OnlyObserverThrows", false,
+        [](BoundaryScene& s) { s.a.action = [] { throw std::runtime_error("observer failed"); }; },
+        true, Events{"a:1", "a:2"}, 1},
+    BoundaryCase{"OnlyObserverAddsASecondThenThrows", false,
+                 [](BoundaryScene& s) {
+                   s.a.action = [&s] {
+                     s.watch(s.b);
+                     throw std::runtime_error("observer failed");
+                   };
+                 },
+                 true, Events{"a:1", "a:2", "b:2"}, 2},
+    BoundaryCase{"FirstOfTwoRemovesTheOtherThenThrows", true,
+                 [](BoundaryScene& s) {
+                   s.a.action = [&s] {
+                     s.b.unhook();
+                     throw std::runtime_error("observer failed");
+                   };
+                 },
+                 true, Events{"a:1", "a:2"}, 1}};
+
+INSTANTIATE_TEST_SUITE_P(Boundaries, ObserverListBoundaryTest, ::testing::ValuesIn(kBoundaryCases),
+                         [](const ::testing::TestParamInfo<BoundaryCase>& param) {
+                           return param.param.name;
+                         });
+
+TEST(ObserverListTest, AListBackToOneObserverOutsideADeliveryGivesItsArrayBack) {
+  const int64_t listBytesBefore = Vox::Memory::liveBytes(Vox::MemoryKind::kNotifieeList);
+  auto listBytes = [&] {
+    return Vox::Memory::liveBytes(Vox::MemoryKind::kNotifieeList) - listBytesBefore;
+  };
+  Vox::Ptr<TestColl> coll = Vox::create<TestColl>();
+  std::vector<std::unique_ptr<Recorder>> recorders;
+  for (int i = 0; i < 5; ++i) {
+    recorders.push_back(std::make_unique<Recorder>());
+    recorders.back()->notifierIs(coll);
+    recorders.back()->hasNotificationActiveIs(true);
+    EXPECT_EQ(listBytes() > 0, i > 0) << i + 1 << " observers";
+  }
+  // Remove from the middle and both ends; the survivors keep their order and all hear changes.
+  for (int i : {2, 0, 4}) {
+    recorders[i]->unhook();
+  }
+  EXPECT_EQ(coll->notifiees(), 2u);
+  EXPECT_GT(listBytes(), 0);
+  coll->flagIs({1});
+  recorders[1]->unhook();
+  EXPECT_EQ(coll->notifiees(), 1u);
+  EXPECT_EQ(listBytes(), 0);
+  coll->flagIs({2});
+  EXPECT_EQ(recorders[1]->events, (Events{"flag:1"}));
+  EXPECT_EQ(recorders[3]->events, (Events{"flag:1", "flag:2"}));
+  recorders.clear();
+  EXPECT_EQ(coll->notifiees(), 0u);
 }
 
 TEST(EntityLifetimeTest, EntityOutlivesDeliveryWhenAnObserverDropsTheLastReference) {
