@@ -10,10 +10,6 @@ namespace Mpls {
 // Members initialise in declaration order, which is the stream order.
 FibVia::FibVia(Vox::AttrLogReader& in) : hop_(in), intfId_(in) {}
 
-uint32_t FibVia::hash() const {
-  return hop_.ip6Addr().hash() ^ intfId_.hash();
-}
-
 std::string FibVia::valueToStrep() const {
   return hop_.valueToStrep() + '-' + intfId_.valueToStrep();
 }

@@ -21,6 +21,7 @@
 
 #include "platform/vela/IntfId.h"
 #include "platform/vela/IpAddr.h"
+#include "platform/vox/Hash.h"
 #include "platform/vox/LogStream.h"
 
 namespace Mpls {
@@ -35,7 +36,7 @@ class FibVia {
   Vela::IntfId intfId() const { return intfId_; }
 
   auto operator<=>(const FibVia&) const = default;
-  uint32_t hash() const;
+  uint32_t hash() const { return hop_.ip6Addr().hash() ^ intfId_.hash(); }
 
   std::string valueToStrep() const;
   friend std::ostream& operator<<(std::ostream& os, const FibVia& via);

@@ -123,6 +123,11 @@ std::string FwdEqvClass::opaqueDefect(std::string_view opaque) {
   return "";
 }
 
+uint32_t FwdEqvClass::defaultHash0() {
+  static const uint32_t hash = FwdEqvClass(Vela::IpGenAddr{}, std::string_view{}).hash0_;
+  return hash;
+}
+
 uint32_t FwdEqvClass::computeHash(uint32_t seed) const {
   const auto& rootBytes = root_.ip6Addr().bytes();
   const std::string_view bytes = opaque();

@@ -40,7 +40,8 @@ class FwdEqvClass {
   // The longest opaque value stored without a heap block.
   static constexpr std::size_t kInlineOpaque = 8;
 
-  FwdEqvClass() : hash0_(computeHash(0)) {}
+  // Every table slot holds a default FEC until it is used: its hash is computed once.
+  FwdEqvClass() : hash0_(defaultHash0()) {}
   // Precondition (fatal otherwise): opaqueDefect(opaque) is empty.
   FwdEqvClass(const Vela::IpGenAddr& root, std::string_view opaque);
   // Throws Vox::LogStreamError on truncated input or a malformed opaque value.
@@ -134,6 +135,7 @@ class FwdEqvClass {
   void becomeDefault() noexcept;
   static FwdEqvClass fromLog(Vox::AttrLogReader& in);
   uint32_t computeHash(uint32_t seed) const;
+  static uint32_t defaultHash0();
 
   union Opaque {
     char bytes[kInlineOpaque];  // when opaqueSize_ != kOnHeap; zero past opaqueSize_

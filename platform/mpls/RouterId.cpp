@@ -11,10 +11,6 @@ namespace Mpls {
 // Members initialise in declaration order, which is the stream order.
 RouterId::RouterId(Vox::AttrLogReader& in) : rtrIdValue_(in.u32()), lblSpaceValue_(in.u16()) {}
 
-uint32_t RouterId::hash(uint32_t seed) const {
-  return Vox::Hash(seed).hashMix(rtrIdValue_).hashMix(lblSpaceValue_).result();
-}
-
 std::string RouterId::valueToStrep() const {
   return Vox::text::dottedQuadText(rtrIdValue_) + ':' + std::to_string(lblSpaceValue_);
 }

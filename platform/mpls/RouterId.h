@@ -14,6 +14,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/vox/Hash.h"
 #include "platform/vox/LogStream.h"
 
 namespace Mpls {
@@ -31,7 +32,10 @@ class RouterId {
   void lblSpaceValueIs(uint16_t value) { lblSpaceValue_ = value; }
 
   constexpr auto operator<=>(const RouterId&) const = default;
-  uint32_t hash(uint32_t seed) const;
+  // Inline: every table keyed by a router hashes it on each look-up.
+  uint32_t hash(uint32_t seed) const {
+    return Vox::Hash(seed).hashMix(rtrIdValue_).hashMix(lblSpaceValue_).result();
+  }
 
   std::string valueToStrep() const;
   friend std::ostream& operator<<(std::ostream& os, const RouterId& id);

@@ -105,10 +105,6 @@ bool IntfId::valid(uint32_t word0, uint32_t word1) {
          (third == 0 || (second != 0 && inRange(*form, third)));
 }
 
-uint32_t IntfId::hash() const {
-  return Vox::Hash(0).hashMix(word0_).hashMix(word1_).result();
-}
-
 std::string IntfId::valueToStrep() const {
   const KindForm* form = formOf(kind());
   if (form == nullptr) {

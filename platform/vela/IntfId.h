@@ -28,6 +28,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/vox/Hash.h"
 #include "platform/vox/LogStream.h"
 
 namespace Vela {
@@ -48,7 +49,7 @@ class IntfId {
 
   constexpr auto operator<=>(const IntfId&) const = default;
   // Unseeded: mixes word0 then word1.
-  uint32_t hash() const;
+  uint32_t hash() const { return Vox::Hash(0).hashMix(word0_).hashMix(word1_).result(); }
 
   std::string valueToStrep() const;
   friend std::ostream& operator<<(std::ostream& os, IntfId intf);

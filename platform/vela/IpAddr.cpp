@@ -86,10 +86,6 @@ Ip6Addr::Ip6Addr(Vox::AttrLogReader& in) {
   std::memcpy(bytes_.data(), raw.data(), bytes_.size());
 }
 
-uint32_t Ip6Addr::hash() const {
-  return Vox::Hash(0).hashBytes(bytes_.data(), bytes_.size()).result();
-}
-
 std::string Ip6Addr::valueToStrep() const {
   return v6Text(bytes_);
 }

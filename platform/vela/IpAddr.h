@@ -28,6 +28,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/vox/Hash.h"
 #include "platform/vox/LogStream.h"
 
 namespace Vela {
@@ -65,7 +66,7 @@ class Ip6Addr {
 
   constexpr auto operator<=>(const Ip6Addr&) const = default;
   // Unseeded: the hash of the 16 bytes alone.
-  uint32_t hash() const;
+  uint32_t hash() const { return Vox::Hash(0).hashBytes(bytes_.data(), bytes_.size()).result(); }
 
   std::string valueToStrep() const;
   friend std::ostream& operator<<(std::ostream& os, const Ip6Addr& addr);

@@ -20,6 +20,7 @@
 #include <bit>
 #include <cstddef>
 #include <cstdint>
+#include <cstring>
 
 namespace Vox {
 
@@ -39,8 +40,9 @@ class Hash {
     return *this;
   }
 
-  // Mixes `size` bytes: whole 4-byte blocks little-endian, then Murmur3's tail step.
-  Hash& hashBytes(const void* data, std::size_t size);
+  // Mixes `size` bytes: whole 4-byte blocks little-endian, then Murmur3's tail step. Inline, so
+  // that a fixed-size field (an IPv6 address) compiles to its four block mixes.
+  inline Hash& hashBytes(const void* data, std::size_t size);
 
   constexpr uint32_t result() const { return finalMix(h_ ^ length_); }
 
@@ -58,6 +60,41 @@ class Hash {
   uint32_t h_;
   uint32_t length_ = 0;
 };
+
+inline Hash& Hash::hashBytes(const void* data, std::size_t size) {
+  const auto* bytes = static_cast<const unsigned char*>(data);
+  std::size_t offset = 0;
+  for (; offset + 4 <= size; offset += 4) {
+    uint32_t block;
+    if constexpr (std::endian::native == std::endian::little) {
+      std::memcpy(&block, bytes + offset, 4);  // the same little-endian block, in one load
+    } else {
+      block = uint32_t{bytes[offset]} | uint32_t{bytes[offset + 1]} << 8 |
+              uint32_t{bytes[offset + 2]} << 16 | uint32_t{bytes[offset + 3]} << 24;
+    }
+    hashMix(block);
+  }
+  const std::size_t tail = size - offset;
+  if (tail != 0) {
+    uint32_t block = 0;
+    switch (tail) {
+      case 3:
+        block ^= uint32_t{bytes[offset + 2]} << 16;
+        [[fallthrough]];
+      case 2:
+        block ^= uint32_t{bytes[offset + 1]} << 8;
+        [[fallthrough]];
+      default:
+        block ^= uint32_t{bytes[offset]};
+    }
+    block *= 0xcc9e2d51u;
+    block = std::rotl(block, 15);
+    block *= 0x1b873593u;
+    h_ ^= block;
+    length_ += static_cast<uint32_t>(tail);
+  }
+  return *this;
+}
 
 // The hash of a one-field value: an accumulator seeded with `seed` that mixes `value` once.
 constexpr uint32_t hashSingleAttr(uint32_t seed, uint32_t value) {
