@@ -269,10 +269,12 @@ class Probe {
   ~Probe() {
     ++census_.destroyed;
     if (onDestroy_) onDestroy_();
+    id_ = kGone;  // spoils any value wrongly built in this storage while it was being destroyed
   }
   uint32_t id() const { return id_; }
 
   static constexpr uint32_t kThrows = 666;
+  static constexpr uint32_t kGone = 0xdead;
 
  private:
   Census& census_;
