@@ -19,7 +19,12 @@
 // - BM_PipelineMemory: tracked bytes of the inputs and of each stage, created one at a time;
 // - BM_NexthopStagesLinkFlap, BM_NexthopStagesPeerDownUp: the link flap and the peer's address
 //   and route changes through the resolution reactors and stages 1 to 4 alone, where the two
-//   variants differ.
+//   variants differ;
+// - BM_Baseline<Case> (pipeline_baseline.cpp): the same changes, cold start, build and memory for
+//   the framework-free baseline (bench/baseline/), in the same process, so that the ratio of a
+//   case to its twin does not depend on the machine. The baseline is fed the same changes as the
+//   shared agent and its LFIB checked equal to the agent's after the build and around one of each
+//   kind of change; its cases are skipped when it is not.
 // The counter `changes` is the number of input changes per iteration; `pairs` the (FEC, router)
 // pairs concerned (of the whole topology, or of the peer that changed); `u_ns` the unit measured
 // right after the case (see `Yardstick`).
@@ -45,6 +50,8 @@
 #include <unordered_map>
 #include <vector>
 
+#include "bench/PipelineBench.h"
+#include "bench/baseline/LfibAgreement.h"
 #include "platform/vox/Hash.h"
 #include "platform/vox/TrackingAllocator.h"
 #include "quill/audit/PipelineAudit.h"
@@ -52,10 +59,12 @@
 #include "sim/Agent.h"
 #include "sim/Topology.h"
 
-namespace {
+namespace PipelineBench {
 
+namespace {
 // Topologies this large report their construction on stderr.
 constexpr uint64_t kProgressChanges = 200000;
+}  // namespace
 
 const Sim::Topology& topologyOf(int64_t profile) {
   static const std::vector<Sim::Topology> topologies = [] {
@@ -71,6 +80,42 @@ std::ostream* progressFor(const Sim::Topology& topology) {
   return topology.changes() >= kProgressChanges ? &std::cerr : nullptr;
 }
 
+double threadCpuSeconds() {
+  timespec now{};
+  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
+  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
+}
+
+std::vector<double> bindingsPerPeer(const Sim::Topology& topology) {
+  std::vector<double> counts;
+  for (uint32_t peer = 0; peer < topology.shape().peers; ++peer)
+    counts.push_back(static_cast<double>(topology.peerFecs(peer).size()));
+  return counts;
+}
+
+Baseline::BaselineLfib::Capacity capacityOf(const Sim::Topology& topology) {
+  const Sim::Topology::Shape& shape = topology.shape();
+  const uint32_t links = shape.peers * shape.linksPerPeer;
+  return {.routers = shape.peers,
+          .fecs = shape.fecs,
+          .pairs = static_cast<uint32_t>(topology.pairs()),
+          .routes = shape.peers,
+          .vias = links,
+          .intfs = links};
+}
+
+}  // namespace PipelineBench
+
+namespace {
+
+using namespace PipelineBench;
+
+int64_t peakRssKiB() {
+  rusage usage{};
+  getrusage(RUSAGE_SELF, &usage);
+  return usage.ru_maxrss;  // KiB on Linux
+}
+
 std::string modeName() {
   const std::array<bool, 4> toggles = {
       Mpls::toggleMplsFluxInversionEnabled(), Mpls::toggleMplsFluxConcatEnabled(),
@@ -81,18 +126,6 @@ std::string modeName() {
   if (on == 4) return "compiled";
   if (on == 0) return "hand-written";
   return "mixed";
-}
-
-int64_t peakRssKiB() {
-  rusage usage{};
-  getrusage(RUSAGE_SELF, &usage);
-  return usage.ru_maxrss;  // KiB on Linux
-}
-
-double threadCpuSeconds() {
-  timespec now{};
-  clock_gettime(CLOCK_THREAD_CPUTIME_ID, &now);
-  return static_cast<double>(now.tv_sec) + static_cast<double>(now.tv_nsec) * 1e-9;
 }
 
 uint64_t lfibBranches(const Sim::Agent& agent) {
@@ -113,75 +146,9 @@ Mpls::FibVia chosenVia(const Sim::Agent& agent, const Sim::Topology& topology, u
   return Mpls::FibVia();
 }
 
-// How many FECs each peer binds.
-std::vector<double> bindingsPerPeer(const Sim::Topology& topology) {
-  std::vector<double> counts;
-  for (uint32_t peer = 0; peer < topology.shape().peers; ++peer)
-    counts.push_back(static_cast<double>(topology.peerFecs(peer).size()));
-  return counts;
-}
-
 Mpls::FibVia linkVia(const Sim::Topology& topology, uint32_t peer, uint32_t link) {
   return Mpls::FibVia(Vela::IpGenAddr(topology.linkAddr(peer, link)),
                       topology.linkIntf(peer, link));
-}
-
-// The fully built agent of one profile, shared by the cases that undo their changes. One at a
-// time: asking for another profile, or for a fresh agent, drops it first.
-struct SharedWorld {
-  int64_t profile = -1;
-  std::unique_ptr<Sim::Agent> agent;
-  // Per peer, how many of its FECs each link carries: the FECs a flap of that link moves.
-  std::vector<std::vector<uint32_t>> fecsOnLink;
-  // From one checked flap: FECs that moved although they were not on the link that went, and
-  // FECs whose via was not restored when it came back.
-  int64_t strayMoves = -1;
-  int64_t unrestored = -1;
-};
-
-SharedWorld& sharedWorld() {
-  static SharedWorld world;
-  return world;
-}
-
-void releaseShared() {
-  SharedWorld& world = sharedWorld();
-  world = SharedWorld();
-}
-
-void releaseNexthop();
-
-// The shared agent of `profile`, built on first use; null (and the case skipped) when its
-// output is not the full LFIB.
-Sim::Agent* sharedAgent(benchmark::State& state, int64_t profile) {
-  SharedWorld& world = sharedWorld();
-  if (world.profile != profile) {
-    releaseShared();
-    releaseNexthop();
-    const Sim::Topology& topology = topologyOf(profile);
-    world.agent = std::make_unique<Sim::Agent>();
-    topology.apply(*world.agent, progressFor(topology));
-    world.profile = profile;
-  }
-  if (lfibBranches(*world.agent) != topologyOf(profile).pairs()) {
-    state.SkipWithError("the LFIB does not have one branch per (FEC, router) pair");
-    return nullptr;
-  }
-  return world.agent.get();
-}
-
-double unitNs();
-
-void setCommonCounters(benchmark::State& state, const Sim::Topology& topology) {
-  state.SetLabel(topology.shape().name);
-  const Sim::Topology::Shape& shape = topology.shape();
-  state.counters["topology_peers"] = shape.peers;
-  state.counters["topology_links"] =
-      static_cast<double>(uint64_t{shape.peers} * shape.linksPerPeer);
-  state.counters["topology_fecs"] = shape.fecs;
-  state.counters["topology_pairs"] = static_cast<double>(topology.pairs());
-  state.counters["peak_rss_kib"] = static_cast<double>(peakRssKiB());
-  state.counters["u_ns"] = unitNs();
 }
 
 // ---- calibration --------------------------------------------------------------------------
@@ -244,6 +211,57 @@ double unitNs() {
     best = std::min(best, yardstick.nsPerTriple(100000));
   return best;
 }
+
+}  // namespace
+
+namespace PipelineBench {
+
+SharedWorld& sharedWorld() {
+  static SharedWorld world;
+  return world;
+}
+
+void releaseShared() {
+  SharedWorld& world = sharedWorld();
+  world = SharedWorld();
+}
+
+Sim::Agent* sharedAgent(benchmark::State& state, int64_t profile) {
+  SharedWorld& world = sharedWorld();
+  if (world.profile != profile) {
+    releaseShared();
+    releaseNexthop();
+    const Sim::Topology& topology = topologyOf(profile);
+    world.agent = std::make_unique<Sim::Agent>();
+    world.baseline = std::make_unique<Baseline::BaselineLfib>(capacityOf(topology));
+    Sim::AgentSink agentSink(*world.agent);
+    Baseline::BothSinks both(agentSink, *world.baseline);
+    topology.apply(both, progressFor(topology));
+    world.disagreement = checkAgreement(*world.agent, *world.baseline, topology);
+    world.profile = profile;
+  }
+  if (lfibBranches(*world.agent) != topologyOf(profile).pairs()) {
+    state.SkipWithError("the LFIB does not have one branch per (FEC, router) pair");
+    return nullptr;
+  }
+  return world.agent.get();
+}
+
+void setCommonCounters(benchmark::State& state, const Sim::Topology& topology) {
+  state.SetLabel(topology.shape().name);
+  const Sim::Topology::Shape& shape = topology.shape();
+  state.counters["topology_peers"] = shape.peers;
+  state.counters["topology_links"] =
+      static_cast<double>(uint64_t{shape.peers} * shape.linksPerPeer);
+  state.counters["topology_fecs"] = shape.fecs;
+  state.counters["topology_pairs"] = static_cast<double>(topology.pairs());
+  state.counters["peak_rss_kib"] = static_cast<double>(peakRssKiB());
+  state.counters["u_ns"] = unitNs();
+}
+
+}  // namespace PipelineBench
+
+namespace {
 
 // ---- the full recomputation -----------------------------------------------------------------
 
@@ -558,13 +576,21 @@ NexthopWorld& nexthopWorld() {
   return world;
 }
 
-void releaseNexthop() {
+void releaseNexthopWorld() {
   NexthopWorld& world = nexthopWorld();
   world.stages.reset();  // before the collections they watch
   world.agent.reset();
   world.topology.reset();
   world.profile = -1;
 }
+
+}  // namespace
+
+void PipelineBench::releaseNexthop() {
+  releaseNexthopWorld();
+}
+
+namespace {
 
 // The stages-1-to-4 world of `profile`; null (and the case skipped) when stage 4's output does
 // not hold every link of every peer.
@@ -726,9 +752,16 @@ void registerAll() {
       {"BM_PipelineLocalLabelChange", BM_PipelineLocalLabelChange, false, benchmark::kMicrosecond},
       {"BM_PipelineLinkFlap", BM_PipelineLinkFlap, false, benchmark::kMicrosecond},
       {"BM_PipelinePeerDownUp", BM_PipelinePeerDownUp, false, benchmark::kMicrosecond},
+      {"BM_BaselinePeerLabelChurn", BM_BaselinePeerLabelChurn, false, benchmark::kMicrosecond},
+      {"BM_BaselineLocalLabelChange", BM_BaselineLocalLabelChange, false, benchmark::kMicrosecond},
+      {"BM_BaselineLinkFlap", BM_BaselineLinkFlap, false, benchmark::kMicrosecond},
+      {"BM_BaselinePeerDownUp", BM_BaselinePeerDownUp, false, benchmark::kMicrosecond},
       {"BM_PipelineColdStart", BM_PipelineColdStart, true, benchmark::kMillisecond},
+      {"BM_BaselineColdStart", BM_BaselineColdStart, true, benchmark::kMillisecond},
       {"BM_PipelineIncrementalBuild", BM_PipelineIncrementalBuild, true, benchmark::kMillisecond},
+      {"BM_BaselineIncrementalBuild", BM_BaselineIncrementalBuild, true, benchmark::kMillisecond},
       {"BM_PipelineMemory", BM_PipelineMemory, true, benchmark::kMillisecond},
+      {"BM_BaselineMemory", BM_BaselineMemory, true, benchmark::kMillisecond},
   };
   for (int64_t profile = 0; profile < static_cast<int64_t>(Sim::Topology::profiles().size());
        ++profile) {
@@ -736,7 +769,7 @@ void registerAll() {
       auto* bench = benchmark::RegisterBenchmark(entry.name, entry.run);
       bench->ArgName("profile")->Arg(profile)->Unit(entry.unit);
       if (entry.manual) bench->UseManualTime();
-      if (entry.run == BM_PipelineMemory) bench->Iterations(1);
+      if (entry.run == BM_PipelineMemory || entry.run == BM_BaselineMemory) bench->Iterations(1);
     }
   }
   benchmark::RegisterBenchmark("BM_UnorderedMapInsertFindErase", BM_UnorderedMapInsertFindErase)

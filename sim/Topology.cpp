@@ -45,20 +45,79 @@ class Progress {
 };
 
 void addAddress(Mpls::RouterIpAddrInfoColl& coll, const Mpls::RouterId& routerId,
-                Vela::IpAddr address) {
-  coll.routerIpAddrIs(routerId)->ipAddrIs(Vela::IpGenAddr(address));
+                const Vela::IpGenAddr& address) {
+  coll.routerIpAddrIs(routerId)->ipAddrIs(address);
 }
 
 // Removes one address, and the router's entry with its last address.
 void delAddress(Mpls::RouterIpAddrInfoColl& coll, const Mpls::RouterId& routerId,
-                Vela::IpAddr address) {
+                const Vela::IpGenAddr& address) {
   const auto entry = coll.routerIpAddr(routerId);
   if (!entry) return;
-  entry->ipAddrDel(Vela::IpGenAddr(address));
+  entry->ipAddrDel(address);
   if (entry->ipAddrs() == 0) coll.routerIpAddrDel(routerId);
 }
 
 }  // namespace
+
+void AgentSink::mplsIntfIs(Vela::IntfId intf) {
+  agent_.colls().mplsIntfs->intfIdIs(intf);
+}
+
+void AgentSink::mplsIntfDel(Vela::IntfId intf) {
+  agent_.colls().mplsIntfs->intfIdDel(intf);
+}
+
+void AgentSink::routeIs(const Vela::IpPrefix& prefix, const std::vector<RouteVia>& vias) {
+  agent_.resolution().routeIs(prefix, vias);
+}
+
+void AgentSink::routeDel(const Vela::IpPrefix& prefix) {
+  agent_.resolution().routeDel(prefix);
+}
+
+void AgentSink::transportAddrIs(const Mpls::RouterId& routerId, const Vela::IpGenAddr& addr) {
+  addAddress(*agent_.colls().transportAddrs, routerId, addr);
+}
+
+void AgentSink::transportAddrDel(const Mpls::RouterId& routerId, const Vela::IpGenAddr& addr) {
+  delAddress(*agent_.colls().transportAddrs, routerId, addr);
+}
+
+void AgentSink::intfAddrIs(const Mpls::RouterId& routerId, const Vela::IpGenAddr& addr) {
+  addAddress(*agent_.colls().intfAddrs, routerId, addr);
+}
+
+void AgentSink::intfAddrDel(const Mpls::RouterId& routerId, const Vela::IpGenAddr& addr) {
+  delAddress(*agent_.colls().intfAddrs, routerId, addr);
+}
+
+void AgentSink::localLabelIs(const Mpls::FwdEqvClass& fec, Vela::MplsLabel label) {
+  agent_.colls().localTable->bindingIs(fec)->mplsLabelIs(label);
+}
+
+void AgentSink::localLabelDel(const Mpls::FwdEqvClass& fec, Vela::MplsLabel label) {
+  const auto& local = agent_.colls().localTable;
+  const auto binding = local->binding(fec);
+  if (!binding) return;
+  binding->mplsLabelDel(label);
+  // A binding without labels binds nothing: LDP withdraws it with its last label.
+  if (binding->mplsLabels() == 0) local->bindingDel(fec);
+}
+
+void AgentSink::peerBindingIs(const Mpls::RouterId& routerId, const Mpls::FwdEqvClass& fec,
+                              Vela::MplsLabel label) {
+  agent_.peerBindingIs(routerId, fec, label);
+}
+
+void AgentSink::peerBindingDel(const Mpls::RouterId& routerId, const Mpls::FwdEqvClass& fec,
+                               Vela::MplsLabel label) {
+  agent_.peerBindingDel(routerId, fec, label);
+}
+
+void AgentSink::peerTableDrop(const Mpls::RouterId& routerId) {
+  agent_.peerTableDrop(routerId);
+}
 
 const std::vector<Topology::Shape>& Topology::profiles() {
   static const std::vector<Shape> shapes = {
@@ -166,81 +225,71 @@ std::vector<uint32_t> Topology::peerFecs(uint32_t peer) const {
   return fecs;
 }
 
-void Topology::apply(Agent& agent, std::ostream* progress) const {
+void Topology::apply(TopologySink& sink, std::ostream* progress) const {
   Progress ticks(progress, shape_.name, changes());
-  const PipelineCollections& colls = agent.colls();
   for (uint32_t peer = 0; peer < shape_.peers; ++peer) {
     for (uint32_t link = 0; link < shape_.linksPerPeer; ++link) {
-      colls.mplsIntfs->intfIdIs(linkIntf(peer, link));
+      sink.mplsIntfIs(linkIntf(peer, link));
       ticks.tick();
     }
-    agent.resolution().routeIs(loopbackPrefix(peer), loopbackRoute(peer));
+    sink.routeIs(loopbackPrefix(peer), loopbackRoute(peer));
     ticks.tick();
-    addAddress(*colls.transportAddrs, routerId(peer), loopback(peer));
+    sink.transportAddrIs(routerId(peer), loopback(peer));
     ticks.tick();
     for (uint32_t link = 0; link < shape_.linksPerPeer; ++link) {
-      addAddress(*colls.intfAddrs, routerId(peer), linkAddr(peer, link));
+      sink.intfAddrIs(routerId(peer), linkAddr(peer, link));
       ticks.tick();
     }
   }
   for (uint32_t f = 0; f < shape_.fecs; ++f) {
     const Mpls::FwdEqvClass fecValue = fec(f);
-    colls.localTable->bindingIs(fecValue)->mplsLabelIs(localLabel(f));
+    sink.localLabelIs(fecValue, localLabel(f));
     ticks.tick();
     for (uint32_t j = 0; j < shape_.peersPerFec; ++j) {
       const uint32_t peer = fecPeer(f, j);
-      agent.peerBindingIs(routerId(peer), fecValue, peerLabel(f, peer));
+      sink.peerBindingIs(routerId(peer), fecValue, peerLabel(f, peer));
       ticks.tick();
     }
   }
 }
 
-void Topology::addPeerState(Agent& agent, uint32_t peer) const {
-  const PipelineCollections& colls = agent.colls();
-  agent.resolution().routeIs(loopbackPrefix(peer), loopbackRoute(peer));
-  addAddress(*colls.transportAddrs, routerId(peer), loopback(peer));
+void Topology::addPeerState(TopologySink& sink, uint32_t peer) const {
+  sink.routeIs(loopbackPrefix(peer), loopbackRoute(peer));
+  sink.transportAddrIs(routerId(peer), loopback(peer));
   for (uint32_t link = 0; link < shape_.linksPerPeer; ++link)
-    addAddress(*colls.intfAddrs, routerId(peer), linkAddr(peer, link));
+    sink.intfAddrIs(routerId(peer), linkAddr(peer, link));
 }
 
-void Topology::addPeerBindings(Agent& agent, uint32_t peer) const {
+void Topology::addPeerBindings(TopologySink& sink, uint32_t peer) const {
   for (const uint32_t f : peerFecs(peer))
-    agent.peerBindingIs(routerId(peer), fec(f), peerLabel(f, peer));
+    sink.peerBindingIs(routerId(peer), fec(f), peerLabel(f, peer));
 }
 
-void Topology::peerDown(Agent& agent, uint32_t peer) const {
-  const PipelineCollections& colls = agent.colls();
-  agent.peerTableDrop(routerId(peer));
-  delAddress(*colls.transportAddrs, routerId(peer), loopback(peer));
+void Topology::peerDown(TopologySink& sink, uint32_t peer) const {
+  sink.peerTableDrop(routerId(peer));
+  sink.transportAddrDel(routerId(peer), loopback(peer));
   for (uint32_t link = 0; link < shape_.linksPerPeer; ++link)
-    delAddress(*colls.intfAddrs, routerId(peer), linkAddr(peer, link));
-  agent.resolution().routeDel(loopbackPrefix(peer));
+    sink.intfAddrDel(routerId(peer), linkAddr(peer, link));
+  sink.routeDel(loopbackPrefix(peer));
 }
 
-void Topology::peerUp(Agent& agent, uint32_t peer) const {
-  addPeerState(agent, peer);
-  addPeerBindings(agent, peer);
+void Topology::peerUp(TopologySink& sink, uint32_t peer) const {
+  addPeerState(sink, peer);
+  addPeerBindings(sink, peer);
 }
 
-void Topology::linkDown(Agent& agent, uint32_t peer, uint32_t link) const {
-  agent.resolution().routeIs(loopbackPrefix(peer), loopbackRoute(peer, link));
+void Topology::linkDown(TopologySink& sink, uint32_t peer, uint32_t link) const {
+  sink.routeIs(loopbackPrefix(peer), loopbackRoute(peer, link));
 }
 
-void Topology::linkUp(Agent& agent, uint32_t peer) const {
-  agent.resolution().routeIs(loopbackPrefix(peer), loopbackRoute(peer));
+void Topology::linkUp(TopologySink& sink, uint32_t peer) const {
+  sink.routeIs(loopbackPrefix(peer), loopbackRoute(peer));
 }
 
-void Topology::localLabelIs(Agent& agent, uint32_t f, bool alternate) const {
-  const auto& local = agent.colls().localTable;
+void Topology::localLabelIs(TopologySink& sink, uint32_t f, bool alternate) const {
   const Mpls::FwdEqvClass fecValue = fec(f);
-  const Vela::MplsLabel oldLabel = alternate ? localLabel(f) : alternateLocalLabel(f);
-  const Vela::MplsLabel newLabel = alternate ? alternateLocalLabel(f) : localLabel(f);
-  if (const auto binding = local->binding(fecValue)) {
-    binding->mplsLabelDel(oldLabel);
-    // A binding without labels binds nothing: LDP withdraws it with its last label.
-    if (binding->mplsLabels() == 0) local->bindingDel(fecValue);
-  }
-  local->bindingIs(fecValue)->mplsLabelIs(newLabel);
+  sink.localLabelDel(fecValue, alternate ? localLabel(f) : alternateLocalLabel(f));
+  sink.localLabelIs(fecValue, alternate ? alternateLocalLabel(f) : localLabel(f));
 }
 
 }  // namespace Sim

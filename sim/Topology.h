@@ -19,9 +19,11 @@
 // fecs * peersPerFec / peers FECs (give or take peersPerFec), and the pipeline's full output is
 // one LFIB entry per FEC with one branch per (FEC, peer) pair.
 //
-// The changes go through the calls a scenario makes on `Sim::Agent` (collection mutators, route
-// changes on its resolution service, peer bindings through the agent), one at a time, so that
-// every stage sees each of them.
+// The changes go to a `TopologySink`, one call per change. `AgentSink` turns each into the calls a
+// scenario makes on `Sim::Agent` (collection mutators, route changes on its resolution service,
+// peer bindings through the agent), one at a time, so that every stage sees each of them; the
+// overloads taking an `Agent` use one. Any other consumer of the same changes (the benchmarks'
+// framework-free baseline) implements the sink and sees exactly what the agent sees.
 //
 //   Sim::Topology topology(Sim::Topology::profile("small"));
 //   Sim::Agent agent;
@@ -44,6 +46,59 @@
 #include "sim/Agent.h"
 
 namespace Sim {
+
+// The kinds of change a topology makes, each a single input change of the owning agent. Removing
+// what is not there changes nothing.
+class TopologySink {
+ public:
+  virtual ~TopologySink() = default;
+
+  virtual void mplsIntfIs(Vela::IntfId intf) = 0;
+  virtual void mplsIntfDel(Vela::IntfId intf) = 0;
+  // Adds the route or replaces its vias in place.
+  virtual void routeIs(const Vela::IpPrefix& prefix, const std::vector<RouteVia>& vias) = 0;
+  virtual void routeDel(const Vela::IpPrefix& prefix) = 0;
+  // A router's transport and interface addresses; a router's entry goes with its last address.
+  virtual void transportAddrIs(const Mpls::RouterId& routerId, const Vela::IpGenAddr& addr) = 0;
+  virtual void transportAddrDel(const Mpls::RouterId& routerId, const Vela::IpGenAddr& addr) = 0;
+  virtual void intfAddrIs(const Mpls::RouterId& routerId, const Vela::IpGenAddr& addr) = 0;
+  virtual void intfAddrDel(const Mpls::RouterId& routerId, const Vela::IpGenAddr& addr) = 0;
+  // The local binding of a FEC; it goes with its last label.
+  virtual void localLabelIs(const Mpls::FwdEqvClass& fec, Vela::MplsLabel label) = 0;
+  virtual void localLabelDel(const Mpls::FwdEqvClass& fec, Vela::MplsLabel label) = 0;
+  // A peer's binding of a FEC, as LDP learns it (`Agent::peerBindingIs` and its siblings).
+  virtual void peerBindingIs(const Mpls::RouterId& routerId, const Mpls::FwdEqvClass& fec,
+                             Vela::MplsLabel label) = 0;
+  virtual void peerBindingDel(const Mpls::RouterId& routerId, const Mpls::FwdEqvClass& fec,
+                              Vela::MplsLabel label) = 0;
+  // Every binding of the peer goes, then its table.
+  virtual void peerTableDrop(const Mpls::RouterId& routerId) = 0;
+};
+
+// The changes made on an agent, through the collections and services a scenario uses.
+class AgentSink : public TopologySink {
+ public:
+  explicit AgentSink(Agent& agent) : agent_(agent) {}
+
+  void mplsIntfIs(Vela::IntfId intf) override;
+  void mplsIntfDel(Vela::IntfId intf) override;
+  void routeIs(const Vela::IpPrefix& prefix, const std::vector<RouteVia>& vias) override;
+  void routeDel(const Vela::IpPrefix& prefix) override;
+  void transportAddrIs(const Mpls::RouterId& routerId, const Vela::IpGenAddr& addr) override;
+  void transportAddrDel(const Mpls::RouterId& routerId, const Vela::IpGenAddr& addr) override;
+  void intfAddrIs(const Mpls::RouterId& routerId, const Vela::IpGenAddr& addr) override;
+  void intfAddrDel(const Mpls::RouterId& routerId, const Vela::IpGenAddr& addr) override;
+  void localLabelIs(const Mpls::FwdEqvClass& fec, Vela::MplsLabel label) override;
+  void localLabelDel(const Mpls::FwdEqvClass& fec, Vela::MplsLabel label) override;
+  void peerBindingIs(const Mpls::RouterId& routerId, const Mpls::FwdEqvClass& fec,
+                     Vela::MplsLabel label) override;
+  void peerBindingDel(const Mpls::RouterId& routerId, const Mpls::FwdEqvClass& fec,
+                      Vela::MplsLabel label) override;
+  void peerTableDrop(const Mpls::RouterId& routerId) override;
+
+ private:
+  Agent& agent_;
+};
 
 class Topology {
  public:
@@ -94,30 +149,55 @@ class Topology {
   // The FECs peer binds, in increasing order.
   std::vector<uint32_t> peerFecs(uint32_t peer) const;
 
-  // Applies the whole topology to `agent`, one change at a time: per peer, its MPLS interfaces,
-  // its loopback route, its transport address and its interface addresses; then per FEC, its
-  // local binding and its peers' bindings. Works on a running or a stopped agent; expects the
-  // agent to hold none of it yet. With `progress`, writes a line there every tenth of the
-  // changes.
-  void apply(Agent& agent, std::ostream* progress = nullptr) const;
+  // Applies the whole topology, one change at a time: per peer, its MPLS interfaces, its loopback
+  // route, its transport address and its interface addresses; then per FEC, its local binding
+  // and its peers' bindings. Works on a running or a stopped agent; expects the sink to hold none
+  // of it yet. With `progress`, writes a line there every tenth of the changes.
+  void apply(TopologySink& sink, std::ostream* progress = nullptr) const;
 
   // Everything of one peer goes, as when its session and its links go down: its label table
   // (`peerTableDrop`, binding by binding), its transport and interface addresses one by one,
   // then its loopback route. Its interfaces stay MPLS-enabled.
-  void peerDown(Agent& agent, uint32_t peer) const;
+  void peerDown(TopologySink& sink, uint32_t peer) const;
   // Restores what `peerDown` withdrew: route, transport address, interface addresses, then the
   // peer's bindings.
-  void peerUp(Agent& agent, uint32_t peer) const;
+  void peerUp(TopologySink& sink, uint32_t peer) const;
   // The loopback route loses one via (replaced in place, as an IGP reconverges), then regains it.
-  void linkDown(Agent& agent, uint32_t peer, uint32_t link) const;
-  void linkUp(Agent& agent, uint32_t peer) const;
+  void linkDown(TopologySink& sink, uint32_t peer, uint32_t link) const;
+  void linkUp(TopologySink& sink, uint32_t peer) const;
   // Changes FEC f's local label to `alternateLocalLabel(f)` when `alternate`, else back to
   // `localLabel(f)`: the old label is removed (withdrawing the binding), then the new one added.
-  void localLabelIs(Agent& agent, uint32_t f, bool alternate) const;
+  void localLabelIs(TopologySink& sink, uint32_t f, bool alternate) const;
+
+  // The same changes made on an agent.
+  void apply(Agent& agent, std::ostream* progress = nullptr) const {
+    AgentSink sink(agent);
+    apply(sink, progress);
+  }
+  void peerDown(Agent& agent, uint32_t peer) const {
+    AgentSink sink(agent);
+    peerDown(sink, peer);
+  }
+  void peerUp(Agent& agent, uint32_t peer) const {
+    AgentSink sink(agent);
+    peerUp(sink, peer);
+  }
+  void linkDown(Agent& agent, uint32_t peer, uint32_t link) const {
+    AgentSink sink(agent);
+    linkDown(sink, peer, link);
+  }
+  void linkUp(Agent& agent, uint32_t peer) const {
+    AgentSink sink(agent);
+    linkUp(sink, peer);
+  }
+  void localLabelIs(Agent& agent, uint32_t f, bool alternate) const {
+    AgentSink sink(agent);
+    localLabelIs(sink, f, alternate);
+  }
 
  private:
-  void addPeerState(Agent& agent, uint32_t peer) const;  // route and addresses
-  void addPeerBindings(Agent& agent, uint32_t peer) const;
+  void addPeerState(TopologySink& sink, uint32_t peer) const;  // route and addresses
+  void addPeerBindings(TopologySink& sink, uint32_t peer) const;
 
   Shape shape_;
 };

@@ -1,0 +1,263 @@
+#include "bench/baseline/BaselineLfib.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <functional>
+#include <ostream>
+#include <random>
+#include <stdexcept>
+#include <string>
+#include <tuple>
+#include <vector>
+
+#include "bench/baseline/LfibAgreement.h"
+#include "platform/vox/TrackingAllocator.h"
+#include "sim/Agent.h"
+#include "sim/Topology.h"
+
+namespace {
+
+using Baseline::BaselineLfib;
+using Sim::Topology;
+
+using Choice = std::tuple<Mpls::FwdEqvClass, Mpls::RouterId, Mpls::FibVia>;
+
+// Every (FEC, router) pair's chosen via in the agent's FEC next-hop stage, sorted.
+std::vector<Choice> quillChoices(const Sim::Agent& agent) {
+  std::vector<Choice> out;
+  for (const auto [fec, entry] : agent.colls().fecRouterNexthop->fecRouterNexthopColl()) {
+    for (const auto [routerId, chosen] : entry.routerNexthopInfoColl()) {
+      for (const Mpls::FibVia& via : chosen.viaColl())
+        out.emplace_back(fec, routerId, via);
+    }
+  }
+  std::sort(out.begin(), out.end());
+  return out;
+}
+
+std::vector<Choice> baselineChoices(const BaselineLfib& baseline) {
+  std::vector<Choice> out;
+  baseline.forEachChoice([&](const Mpls::FwdEqvClass& fec, const Mpls::RouterId& routerId,
+                             const Mpls::FibVia& via) { out.emplace_back(fec, routerId, via); });
+  std::sort(out.begin(), out.end());
+  return out;
+}
+
+BaselineLfib::Capacity smallCapacity() {
+  return {.routers = 16, .fecs = 1000, .pairs = 4000, .routes = 16, .vias = 64, .intfs = 64};
+}
+
+// The small topology applied to an agent and to a baseline through one sink, so that both see
+// every change in the same order.
+class BaselineLfibTest : public ::testing::Test {
+ protected:
+  BaselineLfibTest()
+      : topology(*Topology::profile("small")),
+        baseline(smallCapacity()),
+        agentSink(agent),
+        both(agentSink, baseline) {
+    topology.apply(both);
+  }
+
+  // Empty when the baseline's LFIB and chosen vias are the agent's.
+  std::string disagreement() const {
+    const std::string lfib = Baseline::lfibDifference(agent, baseline);
+    if (!lfib.empty()) return lfib;
+    return quillChoices(agent) == baselineChoices(baseline) ? "" : "the chosen vias differ";
+  }
+
+  Topology topology;
+  Sim::Agent agent;
+  BaselineLfib baseline;
+  Sim::AgentSink agentSink;
+  Baseline::BothSinks both;
+};
+
+TEST_F(BaselineLfibTest, BuiltTopologyGivesTheAgentsLfib) {
+  EXPECT_EQ(baseline.branches().size(), topology.pairs());
+  EXPECT_EQ(disagreement(), "");
+}
+
+// One change of each kind the baseline follows, and the change that undoes it.
+struct ChangeCase {
+  const char* name;
+  std::function<void(const Topology&, Sim::TopologySink&)> change;
+  std::function<void(const Topology&, Sim::TopologySink&)> undo;
+};
+
+void PrintTo(const ChangeCase& change, std::ostream* out) {
+  *out << change.name;
+}
+
+class BaselineChangeTest : public BaselineLfibTest,
+                           public ::testing::WithParamInterface<ChangeCase> {};
+
+TEST_P(BaselineChangeTest, AgreesWithTheAgentAfterTheChangeAndAfterItsUndoing) {
+  const std::vector<Baseline::Branch> before = baseline.branches();
+  GetParam().change(topology, both);
+  EXPECT_EQ(disagreement(), "");
+  EXPECT_NE(baseline.branches(), before) << "the change changed nothing";
+  GetParam().undo(topology, both);
+  EXPECT_EQ(disagreement(), "");
+  EXPECT_EQ(baseline.branches(), before);
+}
+
+constexpr uint32_t kPeer = 5;
+constexpr uint32_t kFec = 123;
+
+std::vector<ChangeCase> changeCases() {
+  return {
+      ChangeCase{"PeerBinding",
+                 [](const Topology& t, Sim::TopologySink& s) {
+                   const uint32_t peer = t.fecPeer(kFec, 1);
+                   s.peerBindingDel(t.routerId(peer), t.fec(kFec), t.peerLabel(kFec, peer));
+                 },
+                 [](const Topology& t, Sim::TopologySink& s) {
+                   const uint32_t peer = t.fecPeer(kFec, 1);
+                   s.peerBindingIs(t.routerId(peer), t.fec(kFec), t.peerLabel(kFec, peer));
+                 }},
+      ChangeCase{"LocalLabel",
+                 [](const Topology& t, Sim::TopologySink& s) { t.localLabelIs(s, kFec, true); },
+                 [](const Topology& t, Sim::TopologySink& s) { t.localLabelIs(s, kFec, false); }},
+      ChangeCase{"LocalBindingWithdrawn",
+                 [](const Topology& t, Sim::TopologySink& s) {
+                   s.localLabelDel(t.fec(kFec), t.localLabel(kFec));
+                 },
+                 [](const Topology& t, Sim::TopologySink& s) {
+                   s.localLabelIs(t.fec(kFec), t.localLabel(kFec));
+                 }},
+      ChangeCase{"LinkFlap",
+                 [](const Topology& t, Sim::TopologySink& s) { t.linkDown(s, kPeer, 2); },
+                 [](const Topology& t, Sim::TopologySink& s) { t.linkUp(s, kPeer); }},
+      ChangeCase{"PeerDownUp",
+                 [](const Topology& t, Sim::TopologySink& s) { t.peerDown(s, kPeer); },
+                 [](const Topology& t, Sim::TopologySink& s) { t.peerUp(s, kPeer); }},
+      ChangeCase{
+          "MplsInterface",
+          [](const Topology& t, Sim::TopologySink& s) { s.mplsIntfDel(t.linkIntf(kPeer, 1)); },
+          [](const Topology& t, Sim::TopologySink& s) { s.mplsIntfIs(t.linkIntf(kPeer, 1)); }},
+      ChangeCase{"InterfaceAddress",
+                 [](const Topology& t, Sim::TopologySink& s) {
+                   s.intfAddrDel(t.routerId(kPeer), t.linkAddr(kPeer, 3));
+                 },
+                 [](const Topology& t, Sim::TopologySink& s) {
+                   s.intfAddrIs(t.routerId(kPeer), t.linkAddr(kPeer, 3));
+                 }},
+      ChangeCase{"TransportAddress",
+                 [](const Topology& t, Sim::TopologySink& s) {
+                   s.transportAddrDel(t.routerId(kPeer), t.loopback(kPeer));
+                 },
+                 [](const Topology& t, Sim::TopologySink& s) {
+                   s.transportAddrIs(t.routerId(kPeer), t.loopback(kPeer));
+                 }},
+      // A shorter route takes over the loopback when its own route goes, over another
+      // peer's links: the peer's interface addresses keep none of those vias.
+      ChangeCase{"CoveringRoute",
+                 [](const Topology& t, Sim::TopologySink& s) {
+                   s.routeIs(Vela::IpPrefix::sequenceToValue("2.0.0.0/8"), t.loopbackRoute(1));
+                   s.routeDel(t.loopbackPrefix(kPeer));
+                 },
+                 [](const Topology& t, Sim::TopologySink& s) {
+                   s.routeIs(t.loopbackPrefix(kPeer), t.loopbackRoute(kPeer));
+                   s.routeDel(Vela::IpPrefix::sequenceToValue("2.0.0.0/8"));
+                 }}};
+}
+
+std::string caseName(const ::testing::TestParamInfo<ChangeCase>& info) {
+  return info.param.name;
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryKind, BaselineChangeTest, ::testing::ValuesIn(changeCases()),
+                         caseName);
+
+TEST_F(BaselineLfibTest, RandomChangesKeepTheBaselineEqualToTheAgent) {
+  const uint32_t seed = 20241123;
+  std::mt19937 random(seed);
+  const Topology::Shape& shape = topology.shape();
+  std::vector<bool> peerUp(shape.peers, true);
+  std::vector<bool> alternate(shape.fecs, false);
+  std::vector<bool> intfOff(shape.peers * shape.linksPerPeer, false);
+  for (int step = 0; step < 200; ++step) {
+    const uint32_t peer = random() % shape.peers;
+    const uint32_t link = random() % shape.linksPerPeer;
+    const uint32_t f = random() % shape.fecs;
+    const uint32_t kind = random() % 5;
+    if (kind == 0) {
+      peerUp[peer] ? topology.peerDown(both, peer) : topology.peerUp(both, peer);
+      peerUp[peer] = !peerUp[peer];
+    } else if (kind == 1) {
+      alternate[f] = !alternate[f];
+      topology.localLabelIs(both, f, alternate[f]);
+    } else if (kind == 2 && peerUp[peer]) {
+      // A link down (the route without it) or, one time in two, up again.
+      random() % 2 ? topology.linkDown(both, peer, link) : topology.linkUp(both, peer);
+    } else if (kind == 3) {
+      const uint32_t intf = peer * shape.linksPerPeer + link;
+      intfOff[intf] ? both.mplsIntfIs(topology.linkIntf(peer, link))
+                    : both.mplsIntfDel(topology.linkIntf(peer, link));
+      intfOff[intf] = !intfOff[intf];
+    } else if (kind == 4) {
+      const uint32_t j = random() % shape.peersPerFec;
+      const uint32_t bound = topology.fecPeer(f, j);
+      if (peerUp[bound]) {
+        both.peerBindingDel(topology.routerId(bound), topology.fec(f),
+                            topology.peerLabel(f, bound));
+        ASSERT_EQ(disagreement(), "") << "seed " << seed << " step " << step << " (unbound)";
+        both.peerBindingIs(topology.routerId(bound), topology.fec(f), topology.peerLabel(f, bound));
+      }
+    }
+    ASSERT_EQ(disagreement(), "") << "seed " << seed << " step " << step << " kind " << kind;
+  }
+}
+
+TEST_F(BaselineLfibTest, ColdStartOverTheSameInputsGivesTheSameLfib) {
+  BaselineLfib cold(smallCapacity());
+  cold.stop();
+  topology.apply(cold);
+  EXPECT_TRUE(cold.branches().empty());
+  topology.linkDown(cold, kPeer, 0);  // a change while stopped still updates the inputs
+  topology.linkDown(both, kPeer, 0);
+  cold.start();
+  EXPECT_EQ(cold.branches(), baseline.branches());
+  EXPECT_EQ(baselineChoices(cold), baselineChoices(baseline));
+  EXPECT_EQ(disagreement(), "");
+}
+
+TEST_F(BaselineLfibTest, BindingsLdpNeverMakesAreRefusedAndChangeNothing) {
+  const std::vector<Baseline::Branch> before = baseline.branches();
+  const uint32_t peer = topology.fecPeer(kFec, 0);
+  EXPECT_THROW(
+      baseline.peerBindingIs(topology.routerId(peer), topology.fec(kFec), Vela::MplsLabel(17)),
+      std::invalid_argument);
+  EXPECT_THROW(baseline.localLabelIs(topology.fec(kFec), Vela::MplsLabel(17)),
+               std::invalid_argument);
+  EXPECT_THROW(baseline.localLabelIs(topology.fec(kFec + 1), topology.localLabel(kFec)),
+               std::invalid_argument);
+  EXPECT_EQ(baseline.branches(), before);
+  EXPECT_EQ(disagreement(), "");
+}
+
+TEST(BaselineLfibMemoryTest, RingBytesAreThoseThePlatformCountedAndGoWithTheBaseline) {
+  const Topology topology(*Topology::profile("small"));
+  const int64_t before = Vox::Memory::liveBytes(Vox::MemoryKind::kConsistentHash);
+  {
+    BaselineLfib baseline(smallCapacity());
+    const auto platformCount = [&] {
+      return Vox::Memory::liveBytes(Vox::MemoryKind::kConsistentHash) - before;
+    };
+    topology.apply(baseline);
+    EXPECT_GT(baseline.ringBytes(), 0);
+    EXPECT_EQ(baseline.ringBytes(), platformCount());
+    topology.peerDown(baseline, 0);
+    topology.linkDown(baseline, 1, 0);
+    EXPECT_EQ(baseline.ringBytes(), platformCount());
+    baseline.stop();
+    EXPECT_EQ(baseline.ringBytes(), platformCount());
+    baseline.start();
+    EXPECT_EQ(baseline.ringBytes(), platformCount());
+  }
+  EXPECT_EQ(Vox::Memory::liveBytes(Vox::MemoryKind::kConsistentHash), before);
+}
+
+}  // namespace
