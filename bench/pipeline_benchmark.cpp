@@ -22,20 +22,20 @@
 //   variants differ;
 // - BM_Baseline<Case> (pipeline_baseline.cpp): the same changes, cold start, build and memory for
 //   the framework-free baseline (bench/baseline/), in the same process, so that the ratio of a
-//   case to its twin does not depend on the machine. The baseline is fed the same changes as the
-//   shared agent and its LFIB checked equal to the agent's after the build and around one of each
-//   kind of change; its cases are skipped when it is not.
+//   case to its twin does not depend on the machine. The baseline's LFIB is checked equal to the
+//   agent's after the build and around one change of each kind; its cases are skipped when it is
+//   not.
 // The counter `changes` is the number of input changes per iteration; `pairs` the (FEC, router)
 // pairs concerned (of the whole topology, or of the peer that changed); `u_ns` the unit measured
 // right after the case (see `Yardstick`).
 //
-// The changing cases run on one fully built agent per profile, kept for the process; each
-// iteration leaves the state as it found it (each change is undone in the same iteration) and
-// moves on to another peer, link or FEC, so iterations sample the whole topology. Cold start,
-// incremental build and memory build agents of their own, outside the timed region, and time
-// their work manually (CPU time of this thread). Everything else reports Google Benchmark's CPU
-// time. Nothing here asserts on time; what is checked is the output (LFIB size, audit, that a
-// flap moves only the FECs of the link that went and puts them back).
+// The changing cases run on one fully built agent (or baseline) per profile, kept while that
+// profile's cases run; each iteration leaves the state as it found it (each change is undone in
+// the same iteration) and moves on to another peer, link or FEC, so iterations sample the whole
+// topology. Cold start, incremental build and memory build agents of their own, outside the timed
+// region, and time their work manually (CPU time of this thread). Everything else reports Google
+// Benchmark's CPU time. Nothing here asserts on time; what is checked is the output (LFIB size,
+// audit, that a flap moves only the FECs of the link that went and puts them back).
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
 #include <time.h>
