@@ -1,8 +1,7 @@
 #pragma once
-// What the two files of the pipeline benchmark share: the topologies, the shared world of one
-// profile (a fully built agent and, fed the same changes, the framework-free baseline), the
-// counters every case reports, and the baseline's cases (pipeline_baseline.cpp), registered with
-// the library's in pipeline_benchmark.cpp.
+// What the two files of the pipeline benchmark share: the topologies, the worlds the changing
+// cases run on, the counters every case reports, and the framework-free baseline's cases
+// (pipeline_baseline.cpp), registered with the library's in pipeline_benchmark.cpp.
 #include <benchmark/benchmark.h>
 
 #include <cstdint>
@@ -29,16 +28,13 @@ void setCommonCounters(benchmark::State& state, const Sim::Topology& topology);
 // The baseline's tables sized for the whole topology.
 Baseline::BaselineLfib::Capacity capacityOf(const Sim::Topology& topology);
 
-// The fully built agent of one profile, and the baseline fed the same changes, shared by the
-// cases that undo their changes. One at a time: asking for another profile, or for a fresh
-// agent, drops it first.
+// The fully built agent of one profile, shared by the cases that undo their changes. The process
+// holds one world at a time (this one, the baseline's, or that of stages 1 to 4 alone): asking for
+// another profile or another world drops the one held first, so that no case runs, and no peak
+// resident size is reached, beside a world another case left.
 struct SharedWorld {
   int64_t profile = -1;
   std::unique_ptr<Sim::Agent> agent;
-  std::unique_ptr<Baseline::BaselineLfib> baseline;
-  // Where the baseline's LFIB first differed from the agent's, after the build or after one of
-  // each kind of change and its undoing; empty when it never did.
-  std::string disagreement;
   // Per peer, how many of its FECs each link carries: the FECs a flap of that link moves.
   std::vector<std::vector<uint32_t>> fecsOnLink;
   // From one checked flap: FECs that moved although they were not on the link that went, and
@@ -48,18 +44,17 @@ struct SharedWorld {
 };
 
 SharedWorld& sharedWorld();
-void releaseShared();
-// Drops the world of stages 1 to 4 alone (pipeline_benchmark.cpp).
-void releaseNexthop();
+// Drops every world: the shared agent, the shared baseline, stages 1 to 4 alone.
+void releaseWorlds();
 // The shared agent of `profile`, built on first use; null (and the case skipped) when its
 // output is not the full LFIB.
 Sim::Agent* sharedAgent(benchmark::State& state, int64_t profile);
 
-// Applies one of each kind of change to the agent and the baseline and undoes it, comparing their
-// LFIBs after the build and after every step; returns the first difference, or empty. Outside
-// any timed region. (pipeline_baseline.cpp)
-std::string checkAgreement(Sim::Agent& agent, Baseline::BaselineLfib& baseline,
-                           const Sim::Topology& topology);
+// Applies one change of each kind to a freshly built agent and undoes it, remembering its LFIB
+// after the build and after every step, for the baseline to be checked against the same steps
+// later without the two ever held at once (pipeline_baseline.cpp).
+void recordAgentLfib(Sim::Agent& agent, const Sim::Topology& topology);
+void releaseBaselineWorld();
 
 // The baseline's twins of the library's cases (pipeline_baseline.cpp).
 void BM_BaselinePeerLabelChurn(benchmark::State& state);

@@ -3,53 +3,96 @@
 // topologies and in the same process, so that the ratio of a case to its twin is the library's
 // cost over the baseline's on the same machine at the same moment.
 //
-// The changing cases use the baseline of the shared world, fed the same changes as the shared
-// agent; cold start, build and memory build baselines of their own. Before any case of a profile
-// runs, `checkAgreement` has compared the baseline's LFIB with the agent's after the build and
-// around one change of every kind, and remembered a digest of the agent's LFIB; every case skips
-// with an error when they differed, and checks its own baseline against that digest after its
-// timed work.
-#include <algorithm>
+// The changing cases share one baseline per profile, as the library's share one agent; cold
+// start, build and memory build baselines of their own. The baseline's LFIB is checked equal to
+// the agent's, as a set of (local label, via, peer label), after the build and after each of a
+// sequence of changes of every kind (`checkSteps`), and every case checks its own baseline after
+// its timed work; a case is skipped with an error when they differ. The two are never held at
+// once (the baseline would count in the library's peak resident size): the agent's LFIB is
+// remembered as an order-independent digest at each step when the shared agent is built.
+#include <functional>
 #include <map>
 #include <string>
 
 #include "bench/PipelineBench.h"
-#include "bench/baseline/LfibAgreement.h"
 #include "platform/vox/Hash.h"
 
 namespace PipelineBench {
 
 namespace {
 
-// An order-independent summary of a set of branches: two sums of different 64-bit hashes of each
-// branch, and the count.
+// A set of branches in 24 bytes: the count and two sums of different 64-bit hashes of each
+// branch, so that two sets agree only if they are equal (up to a chance of about 2^-128).
 struct Digest {
   uint64_t count = 0;
   uint64_t first = 0;
   uint64_t second = 0;
   bool operator==(const Digest&) const = default;
+
+  void add(Vela::MplsLabel localLabel, const Mpls::FibVia& via, Vela::MplsLabel peerLabel) {
+    ++count;
+    first += hash(0x243f6a8885a308d3ull, localLabel, via, peerLabel);
+    second += hash(0x13198a2e03707344ull, localLabel, via, peerLabel);
+  }
+
+ private:
+  static uint64_t hash(uint64_t seed, Vela::MplsLabel localLabel, const Mpls::FibVia& via,
+                       Vela::MplsLabel peerLabel) {
+    uint64_t h = Vox::fmix64(seed ^ localLabel.value());
+    h = Vox::fmix64(h ^ via.hash());
+    h = Vox::fmix64(h ^ via.hop().hash(0));
+    return Vox::fmix64(h ^ peerLabel.value());
+  }
 };
 
-uint64_t branchHash(const Baseline::Branch& branch, uint64_t seed) {
-  uint64_t h = Vox::fmix64(seed ^ branch.localLabel.value());
-  h = Vox::fmix64(h ^ branch.via.hash());
-  h = Vox::fmix64(h ^ branch.via.hop().hash(0));
-  return Vox::fmix64(h ^ branch.peerLabel.value());
-}
-
-Digest digestOf(const std::vector<Baseline::Branch>& branches) {
+// The agent's LFIB holds each (local label, via, peer label) once.
+Digest digestOf(const Sim::Agent& agent) {
   Digest digest;
-  for (const Baseline::Branch& branch : branches) {
-    ++digest.count;
-    digest.first += branchHash(branch, 0x243f6a8885a308d3ull);
-    digest.second += branchHash(branch, 0x13198a2e03707344ull);
+  for (const auto [label, entry] : agent.colls().lfib->labelForwardingColl()) {
+    for (const auto [viaLabel, branch] : entry.forwardingInfoColl())
+      digest.add(label, viaLabel.via(), viaLabel.label());
   }
   return digest;
 }
 
-// The agent's full LFIB, per profile name, as `checkAgreement` saw it after the build.
-std::map<std::string, Digest>& quillDigests() {
-  static std::map<std::string, Digest> digests;
+Digest digestOf(const Baseline::BaselineLfib& baseline) {
+  Digest digest;
+  for (const Baseline::Branch& branch : baseline.branches())
+    digest.add(branch.localLabel, branch.via, branch.peerLabel);
+  return digest;
+}
+
+// Applies one change of each kind the cases make, and its undoing, to `sink`; calls `agrees`
+// after the build (before any change) and after every step, naming it, and stops at the first
+// false. Returns whether every call agreed.
+bool checkSteps(const Sim::Topology& topology, Sim::TopologySink& sink,
+                const std::function<bool(const char* after)>& agrees) {
+  const Sim::Topology::Shape& shape = topology.shape();
+  const uint32_t f = shape.fecs / 2;
+  const uint32_t peer = topology.fecPeer(f, 0);
+  const Mpls::RouterId router = topology.routerId(peer);
+  if (!agrees("the build")) return false;
+  sink.peerBindingDel(router, topology.fec(f), topology.peerLabel(f, peer));
+  if (!agrees("a peer binding went")) return false;
+  sink.peerBindingIs(router, topology.fec(f), topology.peerLabel(f, peer));
+  if (!agrees("a peer binding came back")) return false;
+  topology.localLabelIs(sink, f, true);
+  if (!agrees("a local label changed")) return false;
+  topology.localLabelIs(sink, f, false);
+  if (!agrees("a local label changed back")) return false;
+  topology.linkDown(sink, peer, shape.linksPerPeer / 2);
+  if (!agrees("a link went down")) return false;
+  topology.linkUp(sink, peer);
+  if (!agrees("a link came back up")) return false;
+  topology.peerDown(sink, peer);
+  if (!agrees("a peer went down")) return false;
+  topology.peerUp(sink, peer);
+  return agrees("a peer came back up");
+}
+
+// The agent's LFIB at every step of `checkSteps`, per profile name.
+std::map<std::string, std::vector<Digest>>& agentDigests() {
+  static std::map<std::string, std::vector<Digest>> digests;
   return digests;
 }
 
@@ -60,11 +103,46 @@ void skip(benchmark::State& state, const std::string& message) {
   state.SkipWithError(kept.c_str());
 }
 
-// The shared world's baseline of `profile`; null (and the case skipped) unless it agreed with the
-// agent.
+// The agent's LFIB at every step for `profile`, building the shared agent if no case has yet;
+// null (and the case skipped) when that agent's output is not the full LFIB.
+const std::vector<Digest>* agentLfib(benchmark::State& state, int64_t profile) {
+  const std::string& name = topologyOf(profile).shape().name;
+  if (!agentDigests().contains(name) && !sharedAgent(state, profile)) return nullptr;
+  return &agentDigests().at(name);
+}
+
+// The baseline of one profile, shared by the changing cases.
+struct BaselineWorld {
+  int64_t profile = -1;
+  std::unique_ptr<Baseline::BaselineLfib> baseline;
+  // The step after which its LFIB first differed from the agent's; empty when it never did.
+  std::string disagreement;
+};
+
+BaselineWorld& baselineWorld() {
+  static BaselineWorld world;
+  return world;
+}
+
+// The shared baseline of `profile`, built and checked on first use; null (and the case skipped)
+// unless it agreed with the agent at every step.
 Baseline::BaselineLfib* sharedBaseline(benchmark::State& state, int64_t profile) {
-  if (!sharedAgent(state, profile)) return nullptr;
-  const SharedWorld& world = sharedWorld();
+  BaselineWorld& world = baselineWorld();
+  if (world.profile != profile) {
+    const std::vector<Digest>* steps = agentLfib(state, profile);
+    if (!steps) return nullptr;
+    releaseWorlds();
+    const Sim::Topology& topology = topologyOf(profile);
+    world.baseline = std::make_unique<Baseline::BaselineLfib>(capacityOf(topology));
+    topology.apply(*world.baseline);
+    std::size_t step = 0;
+    checkSteps(topology, *world.baseline, [&](const char* after) {
+      if (digestOf(*world.baseline) == steps->at(step++)) return true;
+      world.disagreement = std::string("after ") + after;
+      return false;
+    });
+    world.profile = profile;
+  }
   if (!world.disagreement.empty()) {
     skip(state, "the baseline's LFIB differs from the agent's " + world.disagreement);
     return nullptr;
@@ -72,59 +150,26 @@ Baseline::BaselineLfib* sharedBaseline(benchmark::State& state, int64_t profile)
   return world.baseline.get();
 }
 
-// The agent's LFIB digest of `profile`, building the shared world once if no case has yet.
-const Digest* quillDigest(benchmark::State& state, int64_t profile) {
-  const std::string& name = topologyOf(profile).shape().name;
-  if (!quillDigests().contains(name)) {
-    if (!sharedBaseline(state, profile)) return nullptr;
-    releaseShared();
-  }
-  return &quillDigests().at(name);
-}
-
-// Skips the case unless the baseline's LFIB is the agent's full one.
-void checkComplete(benchmark::State& state, const Baseline::BaselineLfib& baseline,
-                   const Digest& expected, const char* what) {
-  if (digestOf(baseline.branches()) != expected) skip(state, what);
+// Skips the case unless the baseline's LFIB is the agent's after the build.
+void checkBuilt(benchmark::State& state, const Baseline::BaselineLfib& baseline,
+                const std::vector<Digest>& agent, const char* what) {
+  if (digestOf(baseline) != agent.front()) skip(state, what);
 }
 
 }  // namespace
 
-std::string checkAgreement(Sim::Agent& agent, Baseline::BaselineLfib& baseline,
-                           const Sim::Topology& topology) {
-  const std::vector<Baseline::Branch> built = Baseline::quillBranches(agent);
-  quillDigests()[topology.shape().name] = digestOf(built);
-  std::string difference = Baseline::branchDifference(built, baseline.branches());
-  if (!difference.empty()) return "after the build: " + difference;
+void recordAgentLfib(Sim::Agent& agent, const Sim::Topology& topology) {
+  std::vector<Digest>& steps = agentDigests()[topology.shape().name];
+  steps.clear();
+  Sim::AgentSink sink(agent);
+  checkSteps(topology, sink, [&](const char*) {
+    steps.push_back(digestOf(agent));
+    return true;
+  });
+}
 
-  Sim::AgentSink agentSink(agent);
-  Baseline::BothSinks both(agentSink, baseline);
-  const auto differs = [&](const char* after) {
-    difference = Baseline::lfibDifference(agent, baseline);
-    if (!difference.empty()) difference = std::string("after ") + after + ": " + difference;
-    return !difference.empty();
-  };
-  const Sim::Topology::Shape& shape = topology.shape();
-  const uint32_t f = shape.fecs / 2;
-  const uint32_t peer = topology.fecPeer(f, 0);
-  const Mpls::RouterId router = topology.routerId(peer);
-  both.peerBindingDel(router, topology.fec(f), topology.peerLabel(f, peer));
-  if (differs("a peer binding went")) return difference;
-  both.peerBindingIs(router, topology.fec(f), topology.peerLabel(f, peer));
-  if (differs("a peer binding came back")) return difference;
-  topology.localLabelIs(both, f, true);
-  if (differs("a local label changed")) return difference;
-  topology.localLabelIs(both, f, false);
-  if (differs("a local label changed back")) return difference;
-  topology.linkDown(both, peer, shape.linksPerPeer / 2);
-  if (differs("a link went down")) return difference;
-  topology.linkUp(both, peer);
-  if (differs("a link came back up")) return difference;
-  topology.peerDown(both, peer);
-  if (differs("a peer went down")) return difference;
-  topology.peerUp(both, peer);
-  if (differs("a peer came back up")) return difference;
-  return "";
+void releaseBaselineWorld() {
+  baselineWorld() = BaselineWorld();
 }
 
 // ---- single changes on the shared baseline --------------------------------------------------
@@ -145,7 +190,7 @@ void BM_BaselinePeerLabelChurn(benchmark::State& state) {
     baseline->peerBindingIs(topology.routerId(peer), fec, label);
     ++i;
   }
-  checkComplete(state, *baseline, quillDigests().at(topology.shape().name), "LFIB not restored");
+  checkBuilt(state, *baseline, agentDigests().at(topology.shape().name), "LFIB not restored");
   setCommonCounters(state, topology);
   state.counters["changes"] = 2;
 }
@@ -161,7 +206,7 @@ void BM_BaselineLocalLabelChange(benchmark::State& state) {
     topology.localLabelIs(*baseline, f, false);
     ++i;
   }
-  checkComplete(state, *baseline, quillDigests().at(topology.shape().name), "LFIB not restored");
+  checkBuilt(state, *baseline, agentDigests().at(topology.shape().name), "LFIB not restored");
   setCommonCounters(state, topology);
   state.counters["changes"] = 2;
 }
@@ -183,7 +228,7 @@ void BM_BaselineLinkFlap(benchmark::State& state) {
   double bound = 0;
   for (uint64_t n = 0; n < i; ++n)
     bound += bindings[n % shape.peers];
-  checkComplete(state, *baseline, quillDigests().at(topology.shape().name), "LFIB not restored");
+  checkBuilt(state, *baseline, agentDigests().at(topology.shape().name), "LFIB not restored");
   setCommonCounters(state, topology);
   state.counters["changes"] = 2;
   state.counters["pairs"] = i ? bound / static_cast<double>(i) : 0;
@@ -205,7 +250,7 @@ void BM_BaselinePeerDownUp(benchmark::State& state) {
   double pairs = 0;
   for (uint64_t n = 0; n < i; ++n)
     pairs += bindings[n % shape.peers];
-  checkComplete(state, *baseline, quillDigests().at(topology.shape().name), "LFIB not restored");
+  checkBuilt(state, *baseline, agentDigests().at(topology.shape().name), "LFIB not restored");
   setCommonCounters(state, topology);
   const double meanPairs = i ? pairs / static_cast<double>(i) : 0;
   state.counters["pairs"] = meanPairs;
@@ -216,10 +261,9 @@ void BM_BaselinePeerDownUp(benchmark::State& state) {
 
 void BM_BaselineColdStart(benchmark::State& state) {
   const Sim::Topology& topology = topologyOf(state.range(0));
-  const Digest* expected = quillDigest(state, state.range(0));
+  const std::vector<Digest>* expected = agentLfib(state, state.range(0));
   if (!expected) return;
-  releaseShared();
-  releaseNexthop();
+  releaseWorlds();
   bool checked = false;
   for (auto _ : state) {
     auto baseline = std::make_unique<Baseline::BaselineLfib>(capacityOf(topology));
@@ -228,7 +272,7 @@ void BM_BaselineColdStart(benchmark::State& state) {
     const double start = threadCpuSeconds();
     baseline->start();
     state.SetIterationTime(threadCpuSeconds() - start);
-    if (!checked) checkComplete(state, *baseline, *expected, "the cold start's LFIB differs");
+    if (!checked) checkBuilt(state, *baseline, *expected, "the cold start's LFIB differs");
     checked = true;
   }
   setCommonCounters(state, topology);
@@ -237,17 +281,16 @@ void BM_BaselineColdStart(benchmark::State& state) {
 
 void BM_BaselineIncrementalBuild(benchmark::State& state) {
   const Sim::Topology& topology = topologyOf(state.range(0));
-  const Digest* expected = quillDigest(state, state.range(0));
+  const std::vector<Digest>* expected = agentLfib(state, state.range(0));
   if (!expected) return;
-  releaseShared();
-  releaseNexthop();
+  releaseWorlds();
   bool checked = false;
   for (auto _ : state) {
     auto baseline = std::make_unique<Baseline::BaselineLfib>(capacityOf(topology));
     const double start = threadCpuSeconds();
     topology.apply(*baseline);
     state.SetIterationTime(threadCpuSeconds() - start);
-    if (!checked) checkComplete(state, *baseline, *expected, "the build's LFIB differs");
+    if (!checked) checkBuilt(state, *baseline, *expected, "the build's LFIB differs");
     checked = true;
   }
   setCommonCounters(state, topology);
@@ -259,10 +302,9 @@ void BM_BaselineIncrementalBuild(benchmark::State& state) {
 // and B_baseline_rings (of which its rings).
 void BM_BaselineMemory(benchmark::State& state) {
   const Sim::Topology& topology = topologyOf(state.range(0));
-  const Digest* expected = quillDigest(state, state.range(0));
+  const std::vector<Digest>* expected = agentLfib(state, state.range(0));
   if (!expected) return;
-  releaseShared();
-  releaseNexthop();
+  releaseWorlds();
   int64_t bytes = 0;
   int64_t ringBytes = 0;
   for (auto _ : state) {
@@ -272,7 +314,7 @@ void BM_BaselineMemory(benchmark::State& state) {
     state.SetIterationTime(threadCpuSeconds() - start);
     bytes = baseline.bytes();
     ringBytes = baseline.ringBytes();
-    checkComplete(state, baseline, *expected, "the build's LFIB differs");
+    checkBuilt(state, baseline, *expected, "the build's LFIB differs");
   }
   setCommonCounters(state, topology);
   state.counters["pairs"] = static_cast<double>(topology.pairs());

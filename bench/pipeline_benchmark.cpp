@@ -22,20 +22,20 @@
 //   variants differ;
 // - BM_Baseline<Case> (pipeline_baseline.cpp): the same changes, cold start, build and memory for
 //   the framework-free baseline (bench/baseline/), in the same process, so that the ratio of a
-//   case to its twin does not depend on the machine. The baseline is fed the same changes as the
-//   shared agent and its LFIB checked equal to the agent's after the build and around one of each
-//   kind of change; its cases are skipped when it is not.
+//   case to its twin does not depend on the machine. The baseline's LFIB is checked equal to the
+//   agent's after the build and around one change of each kind; its cases are skipped when it is
+//   not.
 // The counter `changes` is the number of input changes per iteration; `pairs` the (FEC, router)
 // pairs concerned (of the whole topology, or of the peer that changed); `u_ns` the unit measured
 // right after the case (see `Yardstick`).
 //
-// The changing cases run on one fully built agent per profile, kept for the process; each
-// iteration leaves the state as it found it (each change is undone in the same iteration) and
-// moves on to another peer, link or FEC, so iterations sample the whole topology. Cold start,
-// incremental build and memory build agents of their own, outside the timed region, and time
-// their work manually (CPU time of this thread). Everything else reports Google Benchmark's CPU
-// time. Nothing here asserts on time; what is checked is the output (LFIB size, audit, that a
-// flap moves only the FECs of the link that went and puts them back).
+// The changing cases run on one fully built agent (or baseline) per profile, kept while that
+// profile's cases run; each iteration leaves the state as it found it (each change is undone in
+// the same iteration) and moves on to another peer, link or FEC, so iterations sample the whole
+// topology. Cold start, incremental build and memory build agents of their own, outside the timed
+// region, and time their work manually (CPU time of this thread). Everything else reports Google
+// Benchmark's CPU time. Nothing here asserts on time; what is checked is the output (LFIB size,
+// audit, that a flap moves only the FECs of the link that went and puts them back).
 #include <benchmark/benchmark.h>
 #include <sys/resource.h>
 #include <time.h>
@@ -51,7 +51,6 @@
 #include <vector>
 
 #include "bench/PipelineBench.h"
-#include "bench/baseline/LfibAgreement.h"
 #include "platform/vox/Hash.h"
 #include "platform/vox/TrackingAllocator.h"
 #include "quill/audit/PipelineAudit.h"
@@ -221,23 +220,14 @@ SharedWorld& sharedWorld() {
   return world;
 }
 
-void releaseShared() {
-  SharedWorld& world = sharedWorld();
-  world = SharedWorld();
-}
-
 Sim::Agent* sharedAgent(benchmark::State& state, int64_t profile) {
   SharedWorld& world = sharedWorld();
   if (world.profile != profile) {
-    releaseShared();
-    releaseNexthop();
+    releaseWorlds();
     const Sim::Topology& topology = topologyOf(profile);
     world.agent = std::make_unique<Sim::Agent>();
-    world.baseline = std::make_unique<Baseline::BaselineLfib>(capacityOf(topology));
-    Sim::AgentSink agentSink(*world.agent);
-    Baseline::BothSinks both(agentSink, *world.baseline);
-    topology.apply(both, progressFor(topology));
-    world.disagreement = checkAgreement(*world.agent, *world.baseline, topology);
+    topology.apply(*world.agent, progressFor(topology));
+    recordAgentLfib(*world.agent, topology);
     world.profile = profile;
   }
   if (lfibBranches(*world.agent) != topologyOf(profile).pairs()) {
@@ -420,8 +410,7 @@ void BM_PipelinePeerDownUp(benchmark::State& state) {
 // ---- whole builds on fresh agents -----------------------------------------------------------
 
 void BM_PipelineColdStart(benchmark::State& state) {
-  releaseShared();
-  releaseNexthop();
+  releaseWorlds();
   const Sim::Topology& topology = topologyOf(state.range(0));
   bool checked = false;
   for (auto _ : state) {
@@ -442,8 +431,7 @@ void BM_PipelineColdStart(benchmark::State& state) {
 }
 
 void BM_PipelineIncrementalBuild(benchmark::State& state) {
-  releaseShared();
-  releaseNexthop();
+  releaseWorlds();
   const Sim::Topology& topology = topologyOf(state.range(0));
   bool checked = false;
   for (auto _ : state) {
@@ -586,8 +574,10 @@ void releaseNexthopWorld() {
 
 }  // namespace
 
-void PipelineBench::releaseNexthop() {
+void PipelineBench::releaseWorlds() {
+  sharedWorld() = SharedWorld();
   releaseNexthopWorld();
+  releaseBaselineWorld();
 }
 
 namespace {
@@ -597,8 +587,7 @@ namespace {
 NexthopWorld* nexthopStages(benchmark::State& state, int64_t profile) {
   NexthopWorld& world = nexthopWorld();
   if (world.profile != profile) {
-    releaseShared();
-    releaseNexthop();
+    releaseWorlds();
     Sim::Topology::Shape shape = topologyOf(profile).shape();
     shape.fecs = 1;
     world.topology = std::make_unique<Sim::Topology>(shape);
@@ -678,8 +667,7 @@ KindBytes liveBytesByKind() {
 // Counters B_<part> (tracked bytes the part added) and K_<part>__<kind> (those of each kind that
 // grew).
 void BM_PipelineMemory(benchmark::State& state) {
-  releaseShared();
-  releaseNexthop();
+  releaseWorlds();
   const Sim::Topology& topology = topologyOf(state.range(0));
   std::vector<std::pair<std::string, KindBytes>> parts;
   uint64_t branches = 0;
@@ -788,8 +776,7 @@ int main(int argc, char** argv) {
   benchmark::AddCustomContext("quill_build", QUILL_BENCH_BUILD);
 #endif
   benchmark::RunSpecifiedBenchmarks();
-  releaseShared();
-  releaseNexthop();
+  releaseWorlds();
   benchmark::Shutdown();
   return 0;
 }

@@ -11,10 +11,10 @@
 #include <tuple>
 #include <vector>
 
-#include "bench/baseline/LfibAgreement.h"
 #include "platform/vox/TrackingAllocator.h"
 #include "sim/Agent.h"
 #include "sim/Topology.h"
+#include "tests/bench/LfibAgreement.h"
 
 namespace {
 

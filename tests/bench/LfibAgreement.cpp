@@ -1,4 +1,4 @@
-#include "bench/baseline/LfibAgreement.h"
+#include "tests/bench/LfibAgreement.h"
 
 #include <algorithm>
 #include <iterator>
