@@ -81,7 +81,10 @@ class SetAttribute {
 
 template <class Key, class Member>
 class EntityCollAttribute {
-  using Table = KeyedTable<Key, Ptr<Member>, MemoryKind::kKeyedMap>;
+  // No inline slot: a child collection is either empty (a stage that keeps no justifications
+  // leaves `nexthopIpInfo` so) or holds several members, so an inline slot would mostly be
+  // bytes held for nothing.
+  using Table = KeyedTable<Key, Ptr<Member>, MemoryKind::kKeyedMap, 0>;
 
  public:
   // Iteration yields (key, member) pairs; members are const through a const collection.

@@ -348,7 +348,9 @@ class MemberCollForwarder : public MemberReactor<Derived, Owner, typename CollAt
 // member's key, `xDel(key)` retires and removes it, `xDelAll()` removes all.
 template <class VoxT>
 class PerKeyReactorColl : public ReactorPart {
-  using Table = KeyedTable<typename VoxT::Key, VoxT, MemoryKind::kReactor>;
+  // A stage's own collection holds many per-key reactors and a nested one (one per member of a
+  // FEC, say) several: an inline slot would mostly be bytes held for nothing.
+  using Table = KeyedTable<typename VoxT::Key, VoxT, MemoryKind::kReactor, 0>;
 
  public:
   using Key = typename VoxT::Key;
