@@ -298,7 +298,9 @@ class MemberCollForwarder : public MemberReactor<Derived, Owner, typename CollAt
   using Base = MemberReactor<Derived, Owner, typename CollAttr::OwnerType>;
 
  public:
-  using Nested = KeyForwarder<Derived, LeafAttr, LeafHandler, R>;
+  // The nested forwarders' owner is this base, not `Derived`: the collection is built while
+  // `Derived` is not yet constructed, so no reference to it may be formed then.
+  using Nested = KeyForwarder<MemberCollForwarder, LeafAttr, LeafHandler, R>;
   static constexpr Removal kRemoval = R;
 
   MemberCollForwarder(const Ptr<const typename Base::Member>& member, Owner* owner)
@@ -339,7 +341,7 @@ class MemberCollForwarder : public MemberReactor<Derived, Owner, typename CollAt
   void nestedZombieIs(bool zombie) override { nested_.partZombieIs(zombie); }
 
  private:
-  PerKeyReactorColl<Nested> nested_{static_cast<Derived&>(*this), Derived::kClassName,
+  PerKeyReactorColl<Nested> nested_{*this, Derived::kClassName,
                                     CollAttr::info.name};
 };
 
