@@ -341,8 +341,7 @@ class MemberCollForwarder : public MemberReactor<Derived, Owner, typename CollAt
   void nestedZombieIs(bool zombie) override { nested_.partZombieIs(zombie); }
 
  private:
-  PerKeyReactorColl<Nested> nested_{*this, Derived::kClassName,
-                                    CollAttr::info.name};
+  PerKeyReactorColl<Nested> nested_{*this, Derived::kClassName, CollAttr::info.name};
 };
 
 // The owner's keyed collection of per-key reactors, stored in the table's slots (references stay
