@@ -8,14 +8,16 @@
 //
 // Storage: elements live in slots that never move. Slot indices run over consecutive segments:
 // the first `InlineSlots` slots (default 1, may be 0) live inside the table object itself, and
-// heap segments of doubling sizes (2, 4, 8, ... for up to two inline slots) follow. Most tables
-// of the pipeline hold a single element, so a table that never needed more than its inline slots
-// allocates nothing: it has no bucket array, and a lookup scans the inline slots, comparing the
-// stored hash before the key. Handing out the first heap slot builds a bucket array of slot
-// indices over every slot, and from then on each bucket chains its slots. A removed element's
-// slot goes to a free list and is reused by a later insert. The header is two raw pointers (the
-// array of heap segment pointers and the bucket array, both tracked allocations), 32-bit counts
-// and the bucket count's log2.
+// heap segments follow whose sizes double the heap capacity each time (1, 1, 2, 4, ... slots for
+// up to one inline slot), up to segments of about 8 KiB, after which every segment has that
+// size: a small table holds no more than twice its peak size, and a large one wastes at most one
+// partly used segment instead of half its storage. Most tables of the pipeline hold a single
+// element, so a table that never needed more than its inline slots allocates nothing: it has no
+// bucket array, and a lookup scans the inline slots, comparing the stored hash before the key.
+// Handing out the first heap slot builds a bucket array of slot indices over every slot, and from
+// then on each bucket chains its slots. A removed element's slot goes to a free list and is reused
+// by a later insert. The header is two raw pointers (the array of heap segment pointers and the
+// bucket array, both tracked allocations), 32-bit counts and the bucket count's log2.
 //
 // Values are constructed in their slot (`emplace`, or `insert` from a value), so they need not be
 // default-constructible, copyable or movable; a slot holds a value only while its element is
@@ -139,9 +141,17 @@ class KeyedTable {
     bool live() const { return tag != 0; }
   };
 
-  // Heap segment `s` (counted from 0 after the inline slots) holds kFirstHeap << s slots.
-  static constexpr uint32_t kFirstHeap = std::max<uint32_t>(2, std::bit_ceil(InlineSlots));
+  // Heap segments (counted from 0 after the inline slots) hold kFirstHeap, kFirstHeap,
+  // 2 kFirstHeap, ... slots up to kFullSegment slots; from segment kFirstFull on, every segment
+  // holds kFullSegment slots, so that the heap capacity is a multiple of kFullSegment.
+  static constexpr uint32_t kFirstHeap = std::max<uint32_t>(1, std::bit_ceil(InlineSlots));
   static constexpr int kFirstHeapLog2 = std::countr_zero(kFirstHeap);
+  static constexpr std::size_t kFullSegmentBytes = 8192;
+  static constexpr uint32_t kFullSegment =
+      std::max<uint32_t>(kFirstHeap, std::bit_floor(static_cast<uint32_t>(std::max<std::size_t>(
+                                         1, kFullSegmentBytes / sizeof(Slot)))));
+  static constexpr int kFullSegmentLog2 = std::countr_zero(kFullSegment);
+  static constexpr uint32_t kFirstFull = kFullSegmentLog2 - kFirstHeapLog2 + 1;
 
  public:
   using key_type = Key;
@@ -301,7 +311,7 @@ class KeyedTable {
   // Bytes this table holds beyond its own object.
   std::size_t allocatedBytes() const {
     const uint32_t heap = heapSegmentCount();
-    const std::size_t slots = heap == 0 ? 0 : kFirstHeap * ((std::size_t{1} << heap) - 1);
+    const std::size_t slots = heapSegmentBase(heap);
     return pointerCapacity(heap) * sizeof(Slot*) + bucketCount() * sizeof(int32_t) +
            slots * sizeof(Slot);
   }
@@ -314,10 +324,17 @@ class KeyedTable {
   // Heap segment of heap index `j` (a slot index less the inline slots), its first heap index and
   // its size.
   static uint32_t heapSegmentOf(uint32_t j) {
-    return static_cast<uint32_t>(std::bit_width((j >> kFirstHeapLog2) + 1)) - 1;
+    if (j < kFullSegment) return static_cast<uint32_t>(std::bit_width(j >> kFirstHeapLog2));
+    return kFirstFull - 1 + (j >> kFullSegmentLog2);
   }
-  static uint32_t heapSegmentBase(uint32_t s) { return kFirstHeap * ((1u << s) - 1); }
-  static uint32_t heapSegmentSize(uint32_t s) { return kFirstHeap << s; }
+  static uint32_t heapSegmentBase(uint32_t s) {
+    if (s < kFirstFull) return s == 0 ? 0 : kFirstHeap << (s - 1);
+    return (s - kFirstFull + 1) << kFullSegmentLog2;
+  }
+  static uint32_t heapSegmentSize(uint32_t s) {
+    if (s < kFirstFull) return s == 0 ? kFirstHeap : kFirstHeap << (s - 1);
+    return kFullSegment;
+  }
   // The segment pointer array doubles as segments are added.
   static uint32_t pointerCapacity(uint32_t segments) {
     return segments == 0 ? 0 : std::bit_ceil(segments);
