@@ -50,11 +50,14 @@ class Agent {
   ~Agent() { manager_ = nullptr; }
 
   void mplsIntfIs(std::string_view intf) { mplsIntfs_->intfIdIs(value<Vela::IntfId>(intf)); }
-  // Where this router's route resolution sends traffic to an address (one via, for brevity).
+  // What route resolution reports for a peer's address: its one via (for brevity), the new via
+  // added before the old ones go, so that a branch that stays is never withdrawn meanwhile.
   void routeIs(std::string_view addr, std::string_view hop, std::string_view intf) {
-    routes_->ipNexthopIs(value<Vela::IpGenAddr>(addr))->viaDelAll();
-    routes_->ipNexthopIs(value<Vela::IpGenAddr>(addr))
-        ->viaIs(Mpls::FibVia(value<Vela::IpGenAddr>(hop), value<Vela::IntfId>(intf)));
+    const auto entry = routes_->ipNexthopIs(value<Vela::IpGenAddr>(addr));
+    const Mpls::FibVia via(value<Vela::IpGenAddr>(hop), value<Vela::IntfId>(intf));
+    entry->viaIs(via);
+    for (const Mpls::FibVia& old : entry->viaColl())
+      if (old != via) entry->viaDel(old);
   }
   // An LDP peer: its transport address and the addresses of its interfaces.
   void peerIs(std::string_view peer, std::string_view transport,
