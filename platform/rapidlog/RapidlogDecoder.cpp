@@ -225,7 +225,11 @@ std::vector<std::string> decode(std::string_view bytes) {
         const uint64_t duration = r.varint("duration");
         line = formatTime(start) + " timer ";
         appendEscaped(line, nameOf(id));
-        line += " " + std::to_string(duration) + "ns";
+        // Appended piece by piece: `" " + std::to_string(...)` trips GCC 12's -Wrestrict false
+        // positive inside std::string at -O3.
+        line += ' ';
+        line += std::to_string(duration);
+        line += "ns";
         break;
       }
       case format::kText: {
@@ -245,7 +249,9 @@ std::vector<std::string> decode(std::string_view bytes) {
         const std::string_view text = r.bytes(length, "text");
         line = formatTime(static_cast<int64_t>(time)) + " text ";
         appendEscaped(line, nameOf(id));
-        line += " " + std::to_string(level) + " ";
+        line += ' ';
+        line += std::to_string(level);
+        line += ' ';
         appendEscaped(line, text);
         if ((flags & format::kTextTruncated) != 0) line += " [truncated]";
         break;

@@ -153,8 +153,15 @@ IntfId IntfId::sequenceToValue(std::string_view text) {
     const std::string_view piece = split ? split->first : rest;
     const auto n = Vox::text::decimal(piece, form->max);
     if (!n || *n < form->min) {
-      reject(text, "'" + std::string(piece) + "' is not a number from " +
-                       std::to_string(form->min) + " to " + std::to_string(form->max));
+      // Built by appending: `"'" + std::string(piece)` trips GCC 12's -Wrestrict false positive
+      // inside std::string at -O3.
+      std::string why = "'";
+      why += piece;
+      why += "' is not a number from ";
+      why += std::to_string(form->min);
+      why += " to ";
+      why += std::to_string(form->max);
+      reject(text, why);
     }
     numbers[i] = static_cast<uint32_t>(*n);
     if (!split) {

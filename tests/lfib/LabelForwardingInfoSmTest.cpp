@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <functional>
+#include <string>
 #include <vector>
 
 #include "tests/support/Contents.h"
@@ -110,9 +111,14 @@ TEST_F(LabelForwardingInfoSmTest, BranchesReplicateAndGoWithTheirLastJustificati
 TEST_F(LabelForwardingInfoSmTest, AMovedViaAddsTheNewBranchBeforeRemovingTheOld) {
   struct Recorder : Mpls::LabelForwardingInfo::NotifieeConst {
     void onAttribute(const Vox::AttributeInfo& attr, const void* key) override {
-      if (const auto* branch = Mpls::LabelForwardingInfo::forwardingInfoAttribute::match(attr, key))
-        events.push_back((notifier()->forwardingInfo(*branch) ? "+" : "-") +
-                         branch->via().valueToStrep());
+      if (const auto* branch =
+              Mpls::LabelForwardingInfo::forwardingInfoAttribute::match(attr, key)) {
+        // Appended rather than `"+" + text`, which trips GCC 12's -Wrestrict false positive
+        // inside std::string at -O3.
+        std::string event = notifier()->forwardingInfo(*branch) ? "+" : "-";
+        event += branch->via().valueToStrep();
+        events.push_back(event);
+      }
     }
     std::vector<std::string> events;
   } recorder;
