@@ -1,10 +1,8 @@
 #include "tools/quill/TableView.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <functional>
-#include <tuple>
 
 #include "tools/quill/JsonWriter.h"
 #include "tools/quill/TextForm.h"
@@ -358,7 +356,7 @@ void humanNotifier(const Colls& colls, std::string_view name, std::ostream& out)
 // content as arrays of objects that nest as the collection's entities do. Arrays are in value
 // order, as the human rows are. docs/show-json.schema.json describes every table's shape.
 
-// An array of `items`, each written by `each`.
+// The member `name`: an array of `items`, each written by `each`.
 template <class Items, class Each>
 void jsonArray(JsonWriter& json, std::string_view name, const Items& items, Each each) {
   json.key(name);
