@@ -36,7 +36,7 @@ class ScenarioRunnerTest : public ::testing::Test {
   void SetUp() override {
     std::istringstream setup(kSetup);
     ASSERT_TRUE(runner_.runStream(setup, "setup", true)) << err_.str();
-    ASSERT_NE(snapshot(agent_).find(R"({"labelForwarding":{"100":)"), std::string::npos);
+    ASSERT_NE(snapshot(agent_).find(R"("local-labels":[{"local-label":100,)"), std::string::npos);
   }
 
   Sim::Agent agent_;

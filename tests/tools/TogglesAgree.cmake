@@ -1,10 +1,10 @@
 # Runs one scenario in two processes, every toggle off and every toggle on, with every `show` in
-# JSON form, and requires the same tables line by line once the `nexthopIpInfo` attributes are
-# removed (only the hand-written router next-hop stage fills them). Arguments (-D):
+# JSON form, and requires the same tables line by line once the `next-hop-justifications` members
+# are removed (only the hand-written router next-hop stage fills them). Arguments (-D):
 #   QUILL, WORKDIR, SCENARIO (relative to WORKDIR), TOGGLES ('|'-separated names), ACTUAL
 cmake_minimum_required(VERSION 3.22)
 
-# `json` without any member named nexthopIpInfo, at any depth.
+# `json` without any member named next-hop-justifications, at any depth.
 function(strip_justifications json outVar)
   string(JSON type TYPE "${json}")
   set(result "${json}")
@@ -18,7 +18,7 @@ function(strip_justifications json outVar)
         else()
           set(member ${index})
         endif()
-        if(type STREQUAL "OBJECT" AND member STREQUAL "nexthopIpInfo")
+        if(type STREQUAL "OBJECT" AND member STREQUAL "next-hop-justifications")
           string(JSON result REMOVE "${result}" "${member}")
           continue()
         endif()
@@ -58,7 +58,7 @@ run_with(off offOutput)
 run_with(on onOutput)
 
 # The comparison means something only if the scenario got as far as forwarding.
-if(NOT offOutput MATCHES "\"labelForwarding\":{\"[0-9]")
+if(NOT offOutput MATCHES "\"local-labels\":\\[{\"local-label\":[0-9]")
   message(FATAL_ERROR "the scenario leaves an empty LFIB; see ${ACTUAL}.off")
 endif()
 

@@ -47,6 +47,21 @@ void JsonWriter::string(std::string_view value) {
   text_ += quoted(value);
 }
 
+void JsonWriter::number(uint64_t value) {
+  separate();
+  text_ += std::to_string(value);
+}
+
+void JsonWriter::boolean(bool value) {
+  separate();
+  text_ += value ? "true" : "false";
+}
+
+void JsonWriter::null() {
+  separate();
+  text_ += "null";
+}
+
 std::string JsonWriter::quoted(std::string_view value) {
   static constexpr char kHex[] = "0123456789abcdef";
   std::string out;

@@ -4,8 +4,8 @@
 // It writes exactly what it is told, in order, with commas placed for the caller: objects and
 // arrays are opened and closed explicitly, and every string (key or value) is escaped the way
 // RFC 8259 requires (quote, backslash and control characters; everything else, UTF-8 included,
-// passes through). Ordering is the caller's business: the tool sorts keys and members by their
-// text before writing, so that equal tables give equal lines.
+// passes through). Ordering is the caller's business: the tool writes members in value order
+// (labels numerically, addresses in address order), so that equal tables give equal lines.
 //
 //   QuillTool::JsonWriter json;
 //   json.beginObject();
@@ -15,6 +15,7 @@
 //   json.endArray();
 //   json.endObject();
 //   json.text();   // {"via":["10.0.12.2-Ethernet1"]}
+#include <cstdint>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -30,6 +31,9 @@ class JsonWriter {
   // Precondition: directly inside an object, and the previous item was a value (or nothing).
   void key(std::string_view name);
   void string(std::string_view value);
+  void number(uint64_t value);
+  void boolean(bool value);
+  void null();
 
   const std::string& text() const { return text_; }
 

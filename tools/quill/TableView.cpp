@@ -1,13 +1,13 @@
 #include "tools/quill/TableView.h"
 
 #include <algorithm>
-#include <array>
 #include <cstddef>
 #include <functional>
-#include <tuple>
 
-#include "tools/quill/EntityJson.h"
+#include "tools/quill/JsonWriter.h"
+#include "tools/quill/TextForm.h"
 #include "tools/quill/TextTable.h"
+#include "tools/quill/ValueJson.h"
 
 namespace QuillTool {
 
@@ -352,17 +352,311 @@ void humanNotifier(const Colls& colls, std::string_view name, std::ostream& out)
   printTitled(out, name, count(tables.bindingTables(), "peer table", "peer tables"), table);
 }
 
+// The JSON forms. Every table prints one object: "table", the name it was shown by, then its
+// content as arrays of objects that nest as the collection's entities do. Arrays are in value
+// order, as the human rows are. docs/show-json.schema.json describes every table's shape.
+
+// The member `name`: an array of `items`, each written by `each`.
+template <class Items, class Each>
+void jsonArray(JsonWriter& json, std::string_view name, const Items& items, Each each) {
+  json.key(name);
+  json.beginArray();
+  for (const auto& item : items)
+    each(item);
+  json.endArray();
+}
+
+void jsonLabels(JsonWriter& json, const Vox::KeyedSet<Vela::MplsLabel>& labels) {
+  jsonArray(json, "labels", sorted(labels),
+            [&](const Vela::MplsLabel& label) { writeLabel(json, label); });
+}
+
+void jsonAddresses(JsonWriter& json, const Vox::KeyedSet<Vela::IpGenAddr>& addresses) {
+  jsonArray(json, "addresses", sorted(addresses),
+            [&](const Vela::IpGenAddr& address) { writeAddress(json, address); });
+}
+
+void jsonVias(JsonWriter& json, const Vox::KeyedSet<Mpls::FibVia>& vias) {
+  jsonArray(json, "next-hops", sorted(vias), [&](const Mpls::FibVia& via) { writeVia(json, via); });
+}
+
+void jsonLfib(const Mpls::LabelForwardingInfoColl& lfib, JsonWriter& json) {
+  jsonArray(json, "local-labels", sortedKeys(lfib.labelForwardingColl()),
+            [&](const Vela::MplsLabel& label) {
+              const auto entry = lfib.labelForwarding(label);
+              json.beginObject();
+              json.key("local-label");
+              writeLabel(json, label);
+              jsonArray(json, "branches", sortedKeys(entry->forwardingInfoColl()),
+                        [&](const Mpls::ViaLabel& branch) {
+                          json.beginObject();
+                          writeViaMembers(json, branch.via());
+                          json.key("out-label");
+                          writeLabel(json, branch.label());
+                          jsonArray(json, "justifications",
+                                    sorted(entry->forwardingInfo(branch)->fecRouterColl()),
+                                    [&](const Mpls::FecRouter& reason) {
+                                      json.beginObject();
+                                      json.key("fec");
+                                      writeFec(json, reason.fwdEqvClass());
+                                      json.key("peer");
+                                      writePeer(json, reason.routerId());
+                                      json.endObject();
+                                    });
+                          json.endObject();
+                        });
+              json.endObject();
+            });
+}
+
+// The members of one label binding table: its FECs' labels, then its filtered FECs.
+void jsonBindingMembers(const Mpls::LabelBindingTable& table, JsonWriter& json) {
+  jsonArray(json, "bindings", sortedKeys(table.bindingColl()), [&](const Mpls::FwdEqvClass& fec) {
+    json.beginObject();
+    json.key("fec");
+    writeFec(json, fec);
+    jsonLabels(json, table.binding(fec)->mplsLabelColl());
+    json.endObject();
+  });
+  jsonArray(json, "filtered-fecs", sortedKeys(table.filteredFecColl()),
+            [&](const Mpls::FwdEqvClass& fec) {
+              json.beginObject();
+              json.key("fec");
+              writeFec(json, fec);
+              json.key("filtered");
+              json.boolean(*table.filteredFec(fec));
+              json.endObject();
+            });
+}
+
+void jsonLocalTable(const Colls& colls, JsonWriter& json) {
+  jsonBindingMembers(*colls.localTable, json);
+}
+
+void jsonPeerTables(const Colls& colls, JsonWriter& json) {
+  const auto& tables = *colls.peerTables;
+  jsonArray(json, "peers", sortedKeys(tables.bindingTableColl()),
+            [&](const Mpls::RouterId& routerId) {
+              json.beginObject();
+              json.key("peer");
+              writePeer(json, routerId);
+              jsonBindingMembers(*tables.bindingTable(routerId), json);
+              json.endObject();
+            });
+}
+
+void jsonFecRouterLabel(const Colls& colls, JsonWriter& json) {
+  const auto& coll = *colls.fecRouterLabel;
+  jsonArray(json, "fecs", sortedKeys(coll.fecRouterLabelColl()), [&](const Mpls::FwdEqvClass& fec) {
+    const auto perFec = coll.fecRouterLabel(fec);
+    json.beginObject();
+    json.key("fec");
+    writeFec(json, fec);
+    jsonArray(json, "peers", sortedKeys(perFec->routerLabelInfoColl()),
+              [&](const Mpls::RouterId& routerId) {
+                json.beginObject();
+                json.key("peer");
+                writePeer(json, routerId);
+                jsonLabels(json, perFec->routerLabelInfo(routerId)->routerLabelColl());
+                json.endObject();
+              });
+    json.endObject();
+  });
+}
+
+void jsonRouterAddrs(const Mpls::RouterIpAddrInfoColl& coll, JsonWriter& json) {
+  jsonArray(json, "peers", sortedKeys(coll.routerIpAddrColl()),
+            [&](const Mpls::RouterId& routerId) {
+              json.beginObject();
+              json.key("peer");
+              writePeer(json, routerId);
+              jsonAddresses(json, coll.routerIpAddr(routerId)->ipAddrColl());
+              json.endObject();
+            });
+}
+
+void jsonTransport(const Colls& colls, JsonWriter& json) {
+  jsonRouterAddrs(*colls.transportAddrs, json);
+}
+void jsonIntfAddrs(const Colls& colls, JsonWriter& json) {
+  jsonRouterAddrs(*colls.intfAddrs, json);
+}
+
+void jsonIpAddrRouterId(const Colls& colls, JsonWriter& json) {
+  const auto& coll = *colls.ipAddrRouterId;
+  jsonArray(json, "addresses", sortedKeys(coll.ipAddrRouterIdColl()),
+            [&](const Vela::IpGenAddr& address) {
+              json.beginObject();
+              json.key("address");
+              writeAddress(json, address);
+              jsonArray(json, "peers", sorted(coll.ipAddrRouterId(address)->routerIdColl()),
+                        [&](const Mpls::RouterId& routerId) { writePeer(json, routerId); });
+              json.endObject();
+            });
+}
+
+void jsonIpNexthop(const Colls& colls, JsonWriter& json) {
+  const auto& coll = *colls.ipNexthop;
+  jsonArray(json, "addresses", sortedKeys(coll.ipNexthopColl()),
+            [&](const Vela::IpGenAddr& address) {
+              json.beginObject();
+              json.key("address");
+              writeAddress(json, address);
+              jsonVias(json, coll.ipNexthop(address)->viaColl());
+              json.endObject();
+            });
+}
+
+// A peer's next hops, then the destination addresses that justify each of them (kept only by
+// the hand-written router next-hop stage; an empty array otherwise).
+void jsonRouterNexthopMembers(const Mpls::RouterNexthopInfo& info, JsonWriter& json) {
+  jsonVias(json, info.viaColl());
+  jsonArray(json, "next-hop-justifications", sortedKeys(info.nexthopIpInfoColl()),
+            [&](const Mpls::FibVia& via) {
+              json.beginObject();
+              writeViaMembers(json, via);
+              jsonAddresses(json, info.nexthopIpInfo(via)->destIpColl());
+              json.endObject();
+            });
+}
+
+void jsonRouterNexthop(const Mpls::RouterNexthopInfoColl& coll, JsonWriter& json) {
+  jsonArray(json, "peers", sortedKeys(coll.routerNexthopColl()),
+            [&](const Mpls::RouterId& routerId) {
+              json.beginObject();
+              json.key("peer");
+              writePeer(json, routerId);
+              jsonRouterNexthopMembers(*coll.routerNexthop(routerId), json);
+              json.endObject();
+            });
+}
+
+void jsonRouterNexthopOf(const Colls& colls, JsonWriter& json) {
+  jsonRouterNexthop(*colls.routerNexthop, json);
+}
+void jsonFilteredNexthop(const Colls& colls, JsonWriter& json) {
+  jsonRouterNexthop(*colls.filteredNexthop, json);
+}
+
+void jsonIntfRouterNexthop(const Colls& colls, JsonWriter& json) {
+  const auto& coll = *colls.intfRouterNexthop;
+  jsonArray(json, "interfaces", sortedKeys(coll.intfRouterNexthopColl()),
+            [&](const Vela::IntfId& intf) {
+              const auto perIntf = coll.intfRouterNexthop(intf);
+              json.beginObject();
+              json.key("interface");
+              writeInterface(json, intf);
+              jsonArray(json, "peers", sortedKeys(perIntf->routerNexthopInfoColl()),
+                        [&](const Mpls::RouterId& routerId) {
+                          json.beginObject();
+                          json.key("peer");
+                          writePeer(json, routerId);
+                          jsonRouterNexthopMembers(*perIntf->routerNexthopInfo(routerId), json);
+                          json.endObject();
+                        });
+              json.endObject();
+            });
+}
+
+void jsonMplsIntfs(const Colls& colls, JsonWriter& json) {
+  jsonArray(json, "interfaces", sorted(colls.mplsIntfs->intfIdColl()),
+            [&](const Vela::IntfId& intf) { writeInterface(json, intf); });
+}
+
+void jsonRouterIpNexthop(const Colls& colls, JsonWriter& json) {
+  const auto& coll = *colls.routerIpNexthop;
+  jsonArray(json, "peers", sortedKeys(coll.routerIpNexthopColl()),
+            [&](const Mpls::RouterId& routerId) {
+              const auto perRouter = coll.routerIpNexthop(routerId);
+              json.beginObject();
+              json.key("peer");
+              writePeer(json, routerId);
+              jsonArray(json, "hop-addresses", sortedKeys(perRouter->ipNexthopInfoColl()),
+                        [&](const Vela::IpGenAddr& hop) {
+                          json.beginObject();
+                          json.key("address");
+                          writeAddress(json, hop);
+                          jsonVias(json, perRouter->ipNexthopInfo(hop)->viaColl());
+                          json.endObject();
+                        });
+              json.endObject();
+            });
+}
+
+void jsonFecRouterNexthop(const Colls& colls, JsonWriter& json) {
+  const auto& coll = *colls.fecRouterNexthop;
+  jsonArray(json, "fecs", sortedKeys(coll.fecRouterNexthopColl()),
+            [&](const Mpls::FwdEqvClass& fec) {
+              const auto perFec = coll.fecRouterNexthop(fec);
+              json.beginObject();
+              json.key("fec");
+              writeFec(json, fec);
+              jsonArray(json, "peers", sortedKeys(perFec->routerNexthopInfoColl()),
+                        [&](const Mpls::RouterId& routerId) {
+                          json.beginObject();
+                          json.key("peer");
+                          writePeer(json, routerId);
+                          jsonRouterNexthopMembers(*perFec->routerNexthopInfo(routerId), json);
+                          json.endObject();
+                        });
+              json.endObject();
+            });
+}
+
+void jsonNexthopConfig(const Sim::Agent& agent, JsonWriter& json) {
+  const auto& config = *agent.nexthopConfig();
+  jsonArray(json, "requests", sortedKeys(config.nexthopColl()),
+            [&](const Vela::IpGenAddr& address) {
+              json.beginObject();
+              json.key("address");
+              writeAddress(json, address);
+              json.key("allow-default-route");
+              json.boolean(config.nexthop(address)->allowDefaultRoute());
+              json.endObject();
+            });
+}
+
+void jsonNexthopStatus(const Sim::Agent& agent, JsonWriter& json) {
+  const auto& status = *agent.nexthopStatus();
+  const auto& answers = agent.resolution().answers();
+  jsonArray(json, "answers", sortedKeys(status.nexthopColl()), [&](const Vela::IpGenAddr& address) {
+    const Routing::NexthopStatusEntry& entry = *status.nexthop(address);
+    const auto answer = answers.find(address);
+    json.beginObject();
+    json.key("address");
+    writeAddress(json, address);
+    json.key("route");
+    if (answer == answers.end()) {
+      json.null();
+    } else {
+      json.string(textOf(answer->second));
+    }
+    json.key("route-type");
+    json.string(routeTypeText(entry.routeType()));
+    json.key("fib-fec");
+    json.number(entry.fecId().value());
+    json.endObject();
+  });
+}
+
 void jsonNotifier(const Colls& colls, JsonWriter& json) {
-  std::vector<std::pair<std::string, const Mpls::LabelBindingTable*>> peers;
-  for (const auto [routerId, table] : colls.peerTables->bindingTableColl())
-    peers.emplace_back(textOf(routerId), &table);
-  sortByText(peers);
-  json.beginObject();
-  for (const auto& [routerText, table] : peers) {
-    json.key(routerText);
-    writeAttribute(json, table->notifierColl());
-  }
-  json.endObject();
+  const auto& tables = *colls.peerTables;
+  jsonArray(json, "peers", sortedKeys(tables.bindingTableColl()),
+            [&](const Mpls::RouterId& routerId) {
+              const auto& channel = tables.bindingTable(routerId)->notifierColl();
+              json.beginObject();
+              json.key("peer");
+              writePeer(json, routerId);
+              jsonArray(json, "fecs", sortedKeys(channel), [&](const Mpls::FwdEqvClass& fec) {
+                json.beginObject();
+                json.key("fec");
+                writeFec(json, fec);
+                json.key("label");
+                writeAnnouncedLabel(json, *channel.find(fec));
+                json.endObject();
+              });
+              json.endObject();
+            });
 }
 
 struct Table {
@@ -371,21 +665,23 @@ struct Table {
   std::function<void(const Sim::Agent&, JsonWriter&)> json;
 };
 
-// One entry per pipeline collection: human form by `human`, JSON by the generic rule.
-template <auto Member>
+// One entry per pipeline collection, both forms written from the collections.
 Table collectionTable(std::string_view name,
-                      void (*human)(const Colls&, std::string_view, std::ostream&)) {
-  return Table{name,
-               [human](const Sim::Agent& agent, std::string_view shown, std::ostream& out) {
-                 human(agent.colls(), shown, out);
-               },
-               [](const Sim::Agent& agent, JsonWriter& json) {
-                 writeEntity(json, *(agent.colls().*Member));
-               }};
+                      void (*human)(const Colls&, std::string_view, std::ostream&),
+                      void (*json)(const Colls&, JsonWriter&)) {
+  return Table{
+      name,
+      [human](const Sim::Agent& agent, std::string_view shown, std::ostream& out) {
+        human(agent.colls(), shown, out);
+      },
+      [json](const Sim::Agent& agent, JsonWriter& writer) { json(agent.colls(), writer); }};
 }
 
 void humanLfibOf(const Colls& colls, std::string_view name, std::ostream& out) {
   humanLfib(*colls.lfib, name, out);
+}
+void jsonLfibOf(const Colls& colls, JsonWriter& json) {
+  jsonLfib(*colls.lfib, json);
 }
 void humanTransport(const Colls& colls, std::string_view name, std::ostream& out) {
   humanRouterAddrs(*colls.transportAddrs, name, out);
@@ -402,38 +698,26 @@ void humanFilteredNexthop(const Colls& colls, std::string_view name, std::ostrea
 
 const std::vector<Table>& tables() {
   static const std::vector<Table> kTables{
-      collectionTable<&Colls::lfib>("lfib", &humanLfibOf),
-      collectionTable<&Colls::localTable>("p2mpLocalLabelBindingTable", &humanLocalTable),
-      collectionTable<&Colls::peerTables>("p2mpPeerLabelBindingTableColl", &humanPeerTables),
-      collectionTable<&Colls::fecRouterLabel>("p2mpFecRouterLabelInfoColl", &humanFecRouterLabel),
-      collectionTable<&Colls::transportAddrs>("p2mpRouterTransportIpAddrInfoColl", &humanTransport),
-      collectionTable<&Colls::ipAddrRouterId>("p2mpIpAddrRouterIdInfoColl", &humanIpAddrRouterId),
-      collectionTable<&Colls::ipNexthop>("p2mpIpNexthopInfoColl", &humanIpNexthop),
-      collectionTable<&Colls::routerNexthop>("p2mpRouterNexthopInfoColl", &humanRouterNexthopOf),
-      collectionTable<&Colls::intfRouterNexthop>("p2mpIntfRouterNexthopInfoColl",
-                                                 &humanIntfRouterNexthop),
-      collectionTable<&Colls::mplsIntfs>("p2mpMplsIntfColl", &humanMplsIntfs),
-      collectionTable<&Colls::routerIpNexthop>("p2mpRouterIpNexthopInfoColl",
-                                               &humanRouterIpNexthop),
-      collectionTable<&Colls::intfAddrs>("p2mpRouterIntfIpAddrInfoColl", &humanIntfAddrs),
-      collectionTable<&Colls::filteredNexthop>("p2mpRouterFilteredNexthopColl",
-                                               &humanFilteredNexthop),
-      collectionTable<&Colls::fecRouterNexthop>("p2mpFecRouterNexthopInfoColl",
-                                                &humanFecRouterNexthop),
-      collectionTable<&Colls::lfib>("p2mpLabelForwardingInfoColl", &humanLfibOf),
-      Table{"nexthopConfig", &humanNexthopConfig,
-            [](const Sim::Agent& agent, JsonWriter& json) {
-              writeEntity(json, *agent.nexthopConfig());
-            }},
-      Table{"nexthopStatus", &humanNexthopStatus,
-            [](const Sim::Agent& agent, JsonWriter& json) {
-              writeEntity(json, *agent.nexthopStatus());
-            }},
-      Table{"notifier",
-            [](const Sim::Agent& agent, std::string_view name, std::ostream& out) {
-              humanNotifier(agent.colls(), name, out);
-            },
-            [](const Sim::Agent& agent, JsonWriter& json) { jsonNotifier(agent.colls(), json); }},
+      collectionTable("lfib", &humanLfibOf, &jsonLfibOf),
+      collectionTable("p2mpLocalLabelBindingTable", &humanLocalTable, &jsonLocalTable),
+      collectionTable("p2mpPeerLabelBindingTableColl", &humanPeerTables, &jsonPeerTables),
+      collectionTable("p2mpFecRouterLabelInfoColl", &humanFecRouterLabel, &jsonFecRouterLabel),
+      collectionTable("p2mpRouterTransportIpAddrInfoColl", &humanTransport, &jsonTransport),
+      collectionTable("p2mpIpAddrRouterIdInfoColl", &humanIpAddrRouterId, &jsonIpAddrRouterId),
+      collectionTable("p2mpIpNexthopInfoColl", &humanIpNexthop, &jsonIpNexthop),
+      collectionTable("p2mpRouterNexthopInfoColl", &humanRouterNexthopOf, &jsonRouterNexthopOf),
+      collectionTable("p2mpIntfRouterNexthopInfoColl", &humanIntfRouterNexthop,
+                      &jsonIntfRouterNexthop),
+      collectionTable("p2mpMplsIntfColl", &humanMplsIntfs, &jsonMplsIntfs),
+      collectionTable("p2mpRouterIpNexthopInfoColl", &humanRouterIpNexthop, &jsonRouterIpNexthop),
+      collectionTable("p2mpRouterIntfIpAddrInfoColl", &humanIntfAddrs, &jsonIntfAddrs),
+      collectionTable("p2mpRouterFilteredNexthopColl", &humanFilteredNexthop, &jsonFilteredNexthop),
+      collectionTable("p2mpFecRouterNexthopInfoColl", &humanFecRouterNexthop,
+                      &jsonFecRouterNexthop),
+      collectionTable("p2mpLabelForwardingInfoColl", &humanLfibOf, &jsonLfibOf),
+      Table{"nexthopConfig", &humanNexthopConfig, &jsonNexthopConfig},
+      Table{"nexthopStatus", &humanNexthopStatus, &jsonNexthopStatus},
+      collectionTable("notifier", &humanNotifier, &jsonNotifier),
   };
   return kTables;
 }
@@ -475,7 +759,11 @@ void showTable(const Sim::Agent& agent, std::string_view name, bool json, std::o
   if (!table) return;
   if (json) {
     JsonWriter writer;
+    writer.beginObject();
+    writer.key("table");
+    writer.string(name);
     table->json(agent, writer);
+    writer.endObject();
     out << writer.text() << '\n';
   } else {
     table->human(agent, name, out);

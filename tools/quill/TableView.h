@@ -6,13 +6,17 @@
 // Each prints in one of two forms:
 // - human: a title line with a count, then an aligned table with one row per leaf fact (for the
 //   LFIB one row per branch and justifying (FEC, peer)), rows sorted by value, then a blank line;
-// - json: exactly one line, built by the one rule of EntityJson.h, keys and members sorted by
-//   text. `notifier` is an object keyed by router, then by FEC, holding the label's text.
+// - json: exactly one line, an object naming the table ("table") and holding its content as
+//   arrays of objects nested as the collection's entities are, each value typed (labels as
+//   numbers, peers and FECs as objects, see ValueJson.h), arrays in the human rows' order.
+//   docs/show-json.schema.json gives every table's shape.
 //
 //   QuillTool::showTable(agent, "lfib", false, std::cout);
 //   // lfib: 1 local label, 1 branch
 //   // LOCAL LABEL  NEXT HOP   INTERFACE  OUT LABEL  FEC                          PEER
 //   // 100          10.0.12.2  Ethernet1  200        p2mp/1.1.1.1/0100040000002a  2.2.2.2:0
+//   QuillTool::showTable(agent, "p2mpMplsIntfColl", true, std::cout);
+//   // {"table":"p2mpMplsIntfColl","interfaces":["Ethernet1"]}
 #include <ostream>
 #include <string>
 #include <string_view>
