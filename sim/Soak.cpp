@@ -1,6 +1,9 @@
 #include "sim/Soak.h"
 
 #include <unistd.h>
+#if defined(__GLIBC__)
+#include <malloc.h>
+#endif
 
 #include <algorithm>
 #include <chrono>
@@ -39,6 +42,13 @@ void mix(uint64_t& hash, uint64_t value) {
 }
 
 MemorySample sample(uint64_t step) {
+#if defined(__GLIBC__)
+  // The allocator keeps the pages it was given back, as its own cache, up to the largest
+  // transient use so far (an audit's recomputation, a restart's second set of reactors): a
+  // high-water mark that creeps up by a page now and then. Handing free pages back first makes
+  // the resident size what is in use, fragmentation included.
+  malloc_trim(0);
+#endif
   return {step, Vox::Memory::totalLiveBytes(), Vox::Memory::pooledBytes(), residentBytes()};
 }
 
@@ -96,6 +106,63 @@ void finish(SoakResult& result, const Agent& agent, const Progress& progress) {
   mix(result.fingerprint, labels);
   result.seconds = progress.seconds();
 }
+
+// Makes a topology's changes on the agent, counting them.
+class CountingSink : public TopologySink {
+ public:
+  explicit CountingSink(Agent& agent) : agent_(agent) {}
+  uint64_t changes = 0;
+
+  void mplsIntfIs(Vela::IntfId intf) override { count().mplsIntfIs(intf); }
+  void mplsIntfDel(Vela::IntfId intf) override { count().mplsIntfDel(intf); }
+  void routeIs(const Vela::IpPrefix& prefix, const std::vector<RouteVia>& vias) override {
+    count().routeIs(prefix, vias);
+  }
+  void routeDel(const Vela::IpPrefix& prefix) override { count().routeDel(prefix); }
+  void transportAddrIs(const Mpls::RouterId& id, const Vela::IpGenAddr& addr) override {
+    count().transportAddrIs(id, addr);
+  }
+  void transportAddrDel(const Mpls::RouterId& id, const Vela::IpGenAddr& addr) override {
+    count().transportAddrDel(id, addr);
+  }
+  void intfAddrIs(const Mpls::RouterId& id, const Vela::IpGenAddr& addr) override {
+    count().intfAddrIs(id, addr);
+  }
+  void intfAddrDel(const Mpls::RouterId& id, const Vela::IpGenAddr& addr) override {
+    count().intfAddrDel(id, addr);
+  }
+  void localLabelIs(const Mpls::FwdEqvClass& fec, Vela::MplsLabel label) override {
+    count().localLabelIs(fec, label);
+  }
+  void localLabelDel(const Mpls::FwdEqvClass& fec, Vela::MplsLabel label) override {
+    count().localLabelDel(fec, label);
+  }
+  void peerBindingIs(const Mpls::RouterId& id, const Mpls::FwdEqvClass& fec,
+                     Vela::MplsLabel label) override {
+    count().peerBindingIs(id, fec, label);
+  }
+  void peerBindingDel(const Mpls::RouterId& id, const Mpls::FwdEqvClass& fec,
+                      Vela::MplsLabel label) override {
+    count().peerBindingDel(id, fec, label);
+  }
+  void peerTableDrop(const Mpls::RouterId& id) override {
+    // The drop's own changes are its bindings, one by one: counted as the agent makes them.
+    const auto table = agent_.colls().peerTables->bindingTable(id);
+    if (table) {
+      for (auto it = table->bindingColl().begin(); it != table->bindingColl().end(); ++it)
+        changes += it.member()->mplsLabels();
+    }
+    sink_.peerTableDrop(id);
+  }
+
+ private:
+  AgentSink& count() {
+    ++changes;
+    return sink_;
+  }
+  Agent& agent_;
+  AgentSink sink_{agent_};
+};
 
 std::string percent(double value) {
   char text[32];
@@ -224,23 +291,22 @@ SoakResult runChurnDrill(const ChurnOptions& options, std::ostream* progressOut)
   Progress progress(progressOut, "soak churn", options.flaps);
   std::mt19937_64 random(options.seed);
   Agent agent;
-  topology.apply(agent);
-  result.inputChanges += topology.changes();
+  CountingSink sink(agent);
+  topology.apply(sink);
   result.audits.audit(agent, "churn drill, the full topology");
   const uint32_t peers = shape->peers;
   const uint32_t links = shape->linksPerPeer;
   for (uint64_t step = 1; step <= options.flaps; ++step) {
     const auto peer = static_cast<uint32_t>(random() % peers);
     const auto link = static_cast<uint32_t>(random() % links);
-    topology.linkDown(agent, peer, link);
-    topology.linkUp(agent, peer);
-    result.inputChanges += 2;
+    topology.linkDown(sink, peer, link);
+    topology.linkUp(sink, peer);
     mix(result.fingerprint, uint64_t{peer} << 32 | link);
     // The peer cycles spread evenly: as many done after this flap as its share says.
     while (result.peerCycles < step * options.peerCycles / options.flaps) {
       const auto cycled = static_cast<uint32_t>(random() % peers);
-      topology.peerDown(agent, cycled);
-      topology.peerUp(agent, cycled);
+      topology.peerDown(sink, cycled);
+      topology.peerUp(sink, cycled);
       ++result.peerCycles;
       mix(result.fingerprint, cycled);
     }
@@ -255,6 +321,7 @@ SoakResult runChurnDrill(const ChurnOptions& options, std::ostream* progressOut)
     progress.at(step, result);
   }
   result.steps = options.flaps;
+  result.inputChanges = sink.changes;
   agent.restart();
   result.audits.audit(agent, "churn drill, after the final restart");
   finish(result, agent, progress);
