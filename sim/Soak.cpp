@@ -64,8 +64,12 @@ void requirePositive(uint64_t value, const char* what) {
 // Writes a line every tenth of `total` steps.
 class Progress {
  public:
+  // The first line goes out before the run: a stream's first write sets up buffers and number
+  // formatting that stay, which a sample taken after it would count as growth.
   Progress(std::ostream* out, std::string_view name, uint64_t total)
-      : out_(out), name_(name), total_(total), start_(std::chrono::steady_clock::now()) {}
+      : out_(out), name_(name), total_(total), start_(std::chrono::steady_clock::now()) {
+    if (out_) *out_ << name_ << ": 0% (0/" << total_ << "), 0 s" << std::endl;
+  }
 
   void at(uint64_t step, const SoakResult& result) {
     const uint64_t tenth = step * 10 / total_;
