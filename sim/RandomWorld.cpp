@@ -144,4 +144,38 @@ std::string RandomWorld::apply(uint32_t choice, uint64_t detail) {
   }
 }
 
+std::size_t RandomWorld::fill() {
+  const auto& colls = agent_.colls();
+  std::size_t changes = 0;
+  for (uint32_t i = 0; i < kIntfs; ++i) {
+    colls.mplsIntfs->intfIdIs(intf(i));
+    agent_.resolution().connectedRouteIs(linkPrefix(i), intf(i));
+    changes += 2;
+  }
+  for (uint32_t r = 0; r < kRouters; ++r) {
+    std::vector<Sim::RouteVia> vias;
+    for (uint32_t i = 0; i < kIntfs; ++i) {
+      vias.push_back({linkAddr(r, i), intf(i)});
+      colls.transportAddrs->routerIpAddrIs(router(r))->ipAddrIs(Vela::IpGenAddr(linkAddr(r, i)));
+      colls.intfAddrs->routerIpAddrIs(router(r))->ipAddrIs(Vela::IpGenAddr(linkAddr(r, i)));
+      changes += 2;
+    }
+    colls.transportAddrs->routerIpAddrIs(router(r))->ipAddrIs(Vela::IpGenAddr(loopback(r)));
+    agent_.resolution().routeIs(Vela::IpPrefix(Vela::IpGenAddr(loopback(r)), 32), vias);
+    changes += 2;
+  }
+  for (uint32_t f = 0; f < kFecs; ++f) {
+    for (uint32_t second = 0; second < 2; ++second) {
+      colls.localTable->bindingIs(fec(f))->mplsLabelIs(Vela::MplsLabel(100 + f + 10 * second));
+      ++changes;
+      for (uint32_t r = 0; r < kRouters; ++r) {
+        agent_.peerBindingIs(router(r), fec(f), Vela::MplsLabel(1000 + 100 * r + f + 10 * second));
+        ++changes;
+      }
+    }
+  }
+  lastWasRestart_ = false;
+  return changes;
+}
+
 }  // namespace Sim

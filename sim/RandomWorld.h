@@ -2,6 +2,7 @@
 // Random input changes over a small universe (a few routers, addresses, routes, interfaces, FECs
 // and labels), applied to an agent the way its host would apply them. Property tests and the
 // event-sequence fuzzer drive the whole pipeline with it.
+#include <cstddef>
 #include <cstdint>
 #include <functional>
 #include <string>
@@ -17,6 +18,12 @@ class RandomWorld {
   // Applies one change chosen from `choice` (any value; reduced modulo the kinds of change) and
   // `detail` (picks routers, addresses, labels...). Returns a one-line description.
   std::string apply(uint32_t choice, uint64_t detail);
+
+  // Puts every input of the universe in place (every address, MPLS interface, route over all its
+  // links, connected subnet, and both labels of every local and peer binding), so that a world
+  // can be brought to the same size at any point of a random sequence, to compare what it costs.
+  // Returns the number of changes made.
+  std::size_t fill();
 
   // Whether the last change was an agent restart.
   bool lastWasRestart() const { return lastWasRestart_; }

@@ -9,25 +9,13 @@
 #include <map>
 #include <random>
 
-#include "quill/audit/PipelineAudit.h"
-#include "quill/core/Toggles.h"
 #include "sim/RandomWorld.h"
+#include "sim/Soak.h"
 
 namespace {
 
-bool allCompiled() {
-  return Mpls::toggleMplsFluxInversionEnabled() && Mpls::toggleMplsFluxConcatEnabled() &&
-         Mpls::toggleMplsFluxIntfRouterSmEnabled() && Mpls::toggleMplsFluxRouterIpNexthopEnabled();
-}
-
-Quill::AuditReport audit(const Sim::Agent& agent) {
-  const Quill::ResolutionTables tables{agent.nexthopConfig().ptr(), agent.nexthopStatus().ptr(),
-                                       agent.forwardingStatus().ptr()};
-  return Quill::auditPipeline(*agent.manager(), &tables);
-}
-
 TEST(PipelinePropertyTest, EveryStageFollowsItsRuleThroughRandomChanges) {
-  const bool auditEveryChange = allCompiled();
+  const bool auditEveryChange = Sim::allStagesCompiled();
   std::size_t audits = 0;
   std::size_t elements = 0;
   for (uint32_t seed = 1; seed <= 40; ++seed) {
@@ -38,7 +26,7 @@ TEST(PipelinePropertyTest, EveryStageFollowsItsRuleThroughRandomChanges) {
     for (int step = 0; step < 500; ++step) {
       history.push_back(world.apply(static_cast<uint32_t>(random()), random()));
       if (!auditEveryChange && !world.lastWasRestart()) continue;
-      const auto report = audit(agent);
+      const auto report = Sim::auditAgent(agent);
       ++audits;
       elements += report.elementsChecked;
       if (!report.ok()) {
@@ -52,7 +40,7 @@ TEST(PipelinePropertyTest, EveryStageFollowsItsRuleThroughRandomChanges) {
       }
     }
     agent.restart();  // every sequence ends with an audit after a restart
-    ASSERT_TRUE(audit(agent).ok()) << "seed " << seed << " after the final restart";
+    ASSERT_TRUE(Sim::auditAgent(agent).ok()) << "seed " << seed << " after the final restart";
   }
   EXPECT_GT(audits, 12u);
   EXPECT_GT(elements, 1000u) << "the sequences built a non-trivial LFIB";

@@ -4,9 +4,12 @@
 
 #include <gtest/gtest.h>
 
+#include <random>
 #include <sstream>
 #include <string>
 #include <vector>
+
+#include "platform/vox/TrackingAllocator.h"
 
 #include "tools/quill/TableView.h"
 
@@ -92,6 +95,97 @@ TEST_F(ScenarioRunnerTest, BlankAndCommentLinesAreNoCommands) {
     EXPECT_TRUE(runner_.runLine("case", 1, line));
   EXPECT_EQ(snapshot(agent_), before);
   EXPECT_EQ(out_.str() + err_.str(), "");
+}
+
+// Noise and very long lines, as a corrupted or wrong file gives them: each line is rejected on
+// its own, with its file and line, and nothing of any of them reaches the agent, which holds no
+// byte more than before.
+std::vector<std::size_t> errorLines(const std::string& err, const std::string& source) {
+  std::vector<std::size_t> lines;
+  const std::string marker = source + ":";
+  for (std::size_t at = err.find(marker); at != std::string::npos; at = err.find(marker, at + 1)) {
+    if (at != 0 && err[at - 1] != '\n') continue;
+    const std::size_t number = at + marker.size();
+    const std::size_t end = err.find(": error: ", number);
+    if (end == std::string::npos) continue;
+    lines.push_back(std::stoul(err.substr(number, end - number)));
+  }
+  return lines;
+}
+
+TEST_F(ScenarioRunnerTest, RandomBytesAreRejectedLineByLineAndApplyNothing) {
+  std::mt19937 random(15);
+  std::string noise;
+  constexpr std::size_t kLines = 300;
+  for (std::size_t line = 0; line < kLines; ++line) {
+    // The first byte is no blank and no comment sign, so every line must be an error.
+    char first;
+    do {
+      first = static_cast<char>(random());
+    } while (first == ' ' || first == '\t' || first == '\r' || first == '\n' || first == '#');
+    noise += first;
+    for (std::size_t i = random() % 120; i > 0; --i) {
+      char c;
+      do {
+        c = static_cast<char>(random());
+      } while (c == '\n');
+      noise += c;
+    }
+    noise += '\n';
+  }
+  const std::string before = snapshot(agent_);
+  const int64_t bytesBefore = Vox::Memory::totalLiveBytes();
+
+  std::istringstream shell(noise);
+  EXPECT_FALSE(runner_.runStream(shell, "noise.scn", false));
+  std::vector<std::size_t> expected(kLines);
+  for (std::size_t i = 0; i < kLines; ++i)
+    expected[i] = i + 1;
+  EXPECT_EQ(errorLines(err_.str(), "noise.scn"), expected);
+
+  err_.str("");
+  std::istringstream file(noise);
+  EXPECT_FALSE(runner_.runStream(file, "noise.scn", true));
+  EXPECT_EQ(errorLines(err_.str(), "noise.scn"), std::vector<std::size_t>{1});
+
+  EXPECT_EQ(snapshot(agent_), before);
+  EXPECT_EQ(Vox::Memory::totalLiveBytes(), bytesBefore);
+  EXPECT_EQ(out_.str(), "");
+}
+
+TEST_F(ScenarioRunnerTest, VeryLongLinesAreRejectedAndEchoedShort) {
+  const std::size_t lengths[] = {2'000, 65'535, 65'537, 1 << 20, 8 << 20};
+  std::string scenario;
+  for (const std::size_t length : lengths) {
+    // Words that would apply as read, followed by more than any command takes.
+    std::string line = "mpls-intf add Ethernet9";
+    while (line.size() + 10 <= length)
+      line += " Ethernet9";
+    line.append(length - line.size(), 'x');
+    scenario += line + "\n";
+  }
+  const std::string before = snapshot(agent_);
+  const int64_t bytesBefore = Vox::Memory::totalLiveBytes();
+
+  std::istringstream in(scenario);
+  EXPECT_FALSE(runner_.runStream(in, "long.scn", false));
+  const std::string err = err_.str();
+  EXPECT_EQ(errorLines(err, "long.scn"), (std::vector<std::size_t>{1, 2, 3, 4, 5}));
+  EXPECT_NE(err.find("long.scn:3: error: line too long: 65537 bytes, at most 65536\n"),
+            std::string::npos)
+      << err.substr(0, 2000);
+  EXPECT_NE(err.find("long.scn:5: error: line too long: 8388608 bytes"), std::string::npos);
+  EXPECT_NE(err.find("... (2000 bytes)"), std::string::npos);
+  EXPECT_LT(err.size(), 16'000u) << "each rejected line is echoed in full";
+  EXPECT_EQ(snapshot(agent_), before);
+  EXPECT_EQ(Vox::Memory::totalLiveBytes(), bytesBefore);
+
+  // The line after an overlong one is read from its own start, and applies.
+  err_.str("");
+  std::istringstream more(std::string(1 << 20, 'x') + "\nmpls-intf add Ethernet3\n");
+  EXPECT_FALSE(runner_.runStream(more, "more.scn", false));
+  EXPECT_EQ(errorLines(err_.str(), "more.scn"), std::vector<std::size_t>{1});
+  EXPECT_NE(snapshot(agent_), before);
 }
 
 }  // namespace

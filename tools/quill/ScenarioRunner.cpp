@@ -19,6 +19,36 @@ struct Overloaded : Handlers... {
 template <class... Handlers>
 Overloaded(Handlers...) -> Overloaded<Handlers...>;
 
+// No command comes near this length; a longer line is rejected without being kept whole, so
+// that one line cannot take any amount of memory.
+constexpr std::size_t kMaxLineBytes = 64 * 1024;
+// A rejected line and what is wrong with it are echoed up to this length.
+constexpr std::size_t kMaxEchoBytes = 1024;
+
+// Reads one line without its end-of-line into `line`, keeping at most kMaxLineBytes of it;
+// `length` is the whole line's. False at the end of the input.
+bool readLine(std::istream& in, std::string& line, std::size_t& length) {
+  line.clear();
+  length = 0;
+  std::streambuf* buffer = in.rdbuf();
+  for (;;) {
+    const int c = buffer->sbumpc();
+    if (c == std::char_traits<char>::eof()) {
+      in.setstate(std::ios::eofbit);
+      return length > 0;
+    }
+    if (c == '\n') return true;
+    if (length++ < kMaxLineBytes) line.push_back(static_cast<char>(c));
+  }
+}
+
+// The text, printable, and cut at kMaxEchoBytes with its length said.
+std::string shortened(std::string_view text) {
+  if (text.size() <= kMaxEchoBytes) return printable(text);
+  return printable(text.substr(0, kMaxEchoBytes)) + "... (" + std::to_string(text.size()) +
+         " bytes)";
+}
+
 std::string_view trimmed(std::string_view line) {
   const std::size_t end = line.find_last_not_of(" \t\r\n");
   return end == std::string_view::npos ? std::string_view() : line.substr(0, end + 1);
@@ -153,9 +183,19 @@ bool ScenarioRunner::runLine(std::string_view source, std::size_t lineNumber,
 bool ScenarioRunner::runStream(std::istream& in, std::string_view source, bool stopAtError) {
   bool allGood = true;
   std::string line;
+  std::size_t length = 0;
   std::size_t lineNumber = 0;
-  while (std::getline(in, line)) {
+  while (readLine(in, line, length)) {
     ++lineNumber;
+    if (length > kMaxLineBytes) {
+      report(source, lineNumber, line,
+             "line too long: " + std::to_string(length) + " bytes, at most " +
+                 std::to_string(kMaxLineBytes),
+             "");
+      allGood = false;
+      if (stopAtError) return false;
+      continue;
+    }
     if (!runLine(source, lineNumber, line)) {
       allGood = false;
       if (stopAtError) return false;
@@ -167,8 +207,8 @@ bool ScenarioRunner::runStream(std::istream& in, std::string_view source, bool s
 void ScenarioRunner::report(std::string_view source, std::size_t lineNumber, std::string_view line,
                             std::string_view what, std::string_view expected) {
   out_.flush();  // so that output and errors interleave in the order they happened
-  err_ << source << ':' << lineNumber << ": error: " << printable(what) << '\n';
-  err_ << "  " << printable(trimmed(line)) << '\n';
+  err_ << source << ':' << lineNumber << ": error: " << shortened(what) << '\n';
+  err_ << "  " << shortened(trimmed(line)) << '\n';
   if (!expected.empty()) err_ << "  " << expected << '\n';
   err_.flush();
 }

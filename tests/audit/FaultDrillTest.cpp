@@ -1,0 +1,153 @@
+// An observer of a stage's output that throws in the middle of a cascade stops the cascade
+// halfway: some stages have seen the change and some have not. Whatever state that leaves, a
+// restart rebuilds every stage from the inputs, and the audit finds every table consistent again.
+// Each case arms a throwing observer on one stage's output, makes a change that cascades through
+// every stage (the observer must throw, or the case tests nothing), disarms it, makes further
+// changes over the half-updated state, restarts and audits.
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <memory>
+#include <stdexcept>
+#include <string>
+
+#include "sim/Soak.h"
+#include "sim/Topology.h"
+
+namespace {
+
+struct Injected : std::runtime_error {
+  Injected() : std::runtime_error("injected fault") {}
+};
+
+// Counts the notifications of one collection (entries added and removed) and throws on the
+// `throwAt`-th one after arming, once.
+template <class Coll>
+class Thrower : public Coll::NotifieeConst {
+ public:
+  explicit Thrower(const Vox::Ptr<Coll>& coll) {
+    this->notifierIs(Vox::Ptr<const Coll>(coll));
+    this->hasNotificationActiveIs(true);
+  }
+  void arm(int throwAt) {
+    count_ = 0;
+    throwAt_ = throwAt;
+  }
+  int count() const { return count_; }
+  void onAttribute(const Vox::AttributeInfo&, const void*) override {
+    if (++count_ != throwAt_) return;
+    throwAt_ = 0;
+    throw Injected();
+  }
+
+ private:
+  int count_ = 0;
+  int throwAt_ = 0;
+};
+
+// A thrower hooked on one of the agent's collections, whatever its type.
+struct Fault {
+  std::function<void(int)> arm;
+  std::function<int()> count;
+  std::shared_ptr<void> keep;
+};
+template <class Coll>
+Fault faultOn(const Vox::Ptr<Coll>& coll) {
+  auto thrower = std::make_shared<Thrower<Coll>>(coll);
+  return {[thrower](int at) { thrower->arm(at); }, [thrower] { return thrower->count(); }, thrower};
+}
+
+struct Stage {
+  const char* name;
+  Fault (*hook)(const Sim::PipelineCollections&);
+};
+
+const Stage kStages[] = {
+    {"inversion", [](const Sim::PipelineCollections& c) { return faultOn(c.ipAddrRouterId); }},
+    {"routerNexthop", [](const Sim::PipelineCollections& c) { return faultOn(c.routerNexthop); }},
+    {"intfRouterNexthop",
+     [](const Sim::PipelineCollections& c) { return faultOn(c.intfRouterNexthop); }},
+    {"routerIpNexthop",
+     [](const Sim::PipelineCollections& c) { return faultOn(c.routerIpNexthop); }},
+    {"filteredNexthop",
+     [](const Sim::PipelineCollections& c) { return faultOn(c.filteredNexthop); }},
+    {"fecRouterNexthop",
+     [](const Sim::PipelineCollections& c) { return faultOn(c.fecRouterNexthop); }},
+    {"lfib", [](const Sim::PipelineCollections& c) { return faultOn(c.lfib); }},
+};
+
+// Which of the stage's notifications in the cascade throws.
+enum class When { first, last };
+using DrillParam = std::tuple<std::size_t, bool, When>;  // stage, peer up (else down), when
+
+class FaultDrillTest : public ::testing::TestWithParam<DrillParam> {
+ protected:
+  // Four peers over two links each and twelve FECs, each bound by one peer, so that a peer going
+  // down or up adds or removes whole entries in every stage's output.
+  const Sim::Topology topology{Sim::Topology::Shape{"drill", 4, 2, 12, 1}};
+  static constexpr uint32_t kPeer = 1;
+  Sim::Agent agent;
+};
+
+TEST_P(FaultDrillTest, ARestartAfterAThrowMidCascadeLeavesEveryTableConsistent) {
+  const auto [stage, up, when] = GetParam();
+  topology.apply(agent);
+  ASSERT_TRUE(Sim::auditAgent(agent).ok());
+  const uint64_t fullLfib = agent.colls().lfib->labelForwardings();
+  ASSERT_EQ(fullLfib, 12u);
+  const auto change = [&, up = up] {
+    if (up) {
+      topology.peerUp(agent, kPeer);
+    } else {
+      topology.peerDown(agent, kPeer);
+    }
+  };
+  const auto undo = [&, up = up] {
+    if (up) {
+      topology.peerDown(agent, kPeer);
+    } else {
+      topology.peerUp(agent, kPeer);
+    }
+  };
+  if (up) topology.peerDown(agent, kPeer);
+
+  // A dry run counts the stage's notifications in the cascade, to throw at the first or last.
+  Fault fault = kStages[stage].hook(agent.colls());
+  fault.arm(0);
+  change();
+  const int notifications = fault.count();
+  ASSERT_GT(notifications, 0) << "the cascade never reaches this stage's output";
+  undo();
+
+  fault.arm(when == When::first ? 1 : notifications);
+  EXPECT_THROW(change(), Injected);
+  // The throw left the rest of the change unmade too: the host retries it whole.
+  change();
+
+  // More changes over whatever the fault left, then the restart.
+  topology.linkDown(agent, 2, 1);
+  topology.linkUp(agent, 2);
+  agent.restart();
+  const auto report = Sim::auditAgent(agent);
+  EXPECT_TRUE(report.ok()) << report.text();
+
+  // The restarted pipeline carries on: back to the full topology and the full LFIB.
+  if (!up) topology.peerUp(agent, kPeer);
+  const auto after = Sim::auditAgent(agent);
+  EXPECT_TRUE(after.ok()) << after.text();
+  EXPECT_EQ(agent.colls().lfib->labelForwardings(), fullLfib);
+}
+
+std::string drillName(const ::testing::TestParamInfo<DrillParam>& param) {
+  const auto [stage, up, when] = param.param;
+  return std::string(kStages[stage].name) + (up ? "_peerUp" : "_peerDown") +
+         (when == When::first ? "_first" : "_last");
+}
+
+INSTANTIATE_TEST_SUITE_P(EveryStage, FaultDrillTest,
+                         ::testing::Combine(::testing::Range<std::size_t>(0, std::size(kStages)),
+                                            ::testing::Bool(),
+                                            ::testing::Values(When::first, When::last)),
+                         drillName);
+
+}  // namespace
