@@ -114,8 +114,7 @@ int main(int argc, char** argv) {
       std::ofstream out(samplesFile);
       out << "step tracked resident\n";
       for (const Sim::MemorySample& s : result.samples) {
-        out << s.step << ' ' << s.trackedBytes << ' ' << s.residentBytes
-            << '\n';
+        out << s.step << ' ' << s.trackedBytes << ' ' << s.residentBytes << '\n';
       }
       if (!out) std::cerr << "quill_soak: cannot write " << samplesFile << "\n";
     }
