@@ -319,11 +319,12 @@ int shellCommand(const std::vector<std::string>& args) {
   std::size_t lineNumber = 0;
   while (const auto line = reader.next()) {
     ++lineNumber;
-    const std::size_t start = line->find_first_not_of(" \t");
+    const std::string& text = line->text;
+    const std::size_t start = text.find_first_not_of(" \t");
     const std::string_view word =
         start == std::string::npos
             ? std::string_view()
-            : std::string_view(*line).substr(start, line->find_last_not_of(" \t\r") + 1 - start);
+            : std::string_view(text).substr(start, text.find_last_not_of(" \t\r") + 1 - start);
     if (word == "quit" || word == "exit") break;
     if (word == "help") {
       std::cout << "commands (one per line, '#' starts a comment):\n"

@@ -19,28 +19,8 @@ struct Overloaded : Handlers... {
 template <class... Handlers>
 Overloaded(Handlers...) -> Overloaded<Handlers...>;
 
-// No command comes near this length; a longer line is rejected without being kept whole, so
-// that one line cannot take any amount of memory.
-constexpr std::size_t kMaxLineBytes = 64 * 1024;
 // A rejected line and what is wrong with it are echoed up to this length.
 constexpr std::size_t kMaxEchoBytes = 1024;
-
-// Reads one line without its end-of-line into `line`, keeping at most kMaxLineBytes of it;
-// `length` is the whole line's. False at the end of the input.
-bool readLine(std::istream& in, std::string& line, std::size_t& length) {
-  line.clear();
-  length = 0;
-  std::streambuf* buffer = in.rdbuf();
-  for (;;) {
-    const int c = buffer->sbumpc();
-    if (c == std::char_traits<char>::eof()) {
-      in.setstate(std::ios::eofbit);
-      return length > 0;
-    }
-    if (c == '\n') return true;
-    if (length++ < kMaxLineBytes) line.push_back(static_cast<char>(c));
-  }
-}
 
 // The text, printable, and cut at kMaxEchoBytes with its length said.
 std::string shortened(std::string_view text) {
@@ -180,23 +160,22 @@ bool ScenarioRunner::runLine(std::string_view source, std::size_t lineNumber,
   return applied;
 }
 
+bool ScenarioRunner::runLine(std::string_view source, std::size_t lineNumber,
+                             const InputLine& line) {
+  if (!line.tooLong()) return runLine(source, lineNumber, line.text);
+  report(source, lineNumber, line.text,
+         "line too long: " + std::to_string(line.length) + " bytes, at most " +
+             std::to_string(kMaxLineBytes),
+         "");
+  return false;
+}
+
 bool ScenarioRunner::runStream(std::istream& in, std::string_view source, bool stopAtError) {
   bool allGood = true;
-  std::string line;
-  std::size_t length = 0;
+  InputLine line;
   std::size_t lineNumber = 0;
-  while (readLine(in, line, length)) {
-    ++lineNumber;
-    if (length > kMaxLineBytes) {
-      report(source, lineNumber, line,
-             "line too long: " + std::to_string(length) + " bytes, at most " +
-                 std::to_string(kMaxLineBytes),
-             "");
-      allGood = false;
-      if (stopAtError) return false;
-      continue;
-    }
-    if (!runLine(source, lineNumber, line)) {
+  while (readBoundedLine(in, line)) {
+    if (!runLine(source, ++lineNumber, line)) {
       allGood = false;
       if (stopAtError) return false;
     }

@@ -19,6 +19,7 @@
 
 #include "sim/Agent.h"
 #include "tools/quill/Command.h"
+#include "tools/quill/LineReader.h"
 
 namespace QuillTool {
 
@@ -33,6 +34,8 @@ class ScenarioRunner {
   // Runs one line; `source` and `lineNumber` only say where it came from. Returns false (after
   // reporting) when the line is not a command or applying it threw.
   bool runLine(std::string_view source, std::size_t lineNumber, std::string_view line);
+  // As above for a line read with readBoundedLine: one longer than kMaxLineBytes is rejected.
+  bool runLine(std::string_view source, std::size_t lineNumber, const InputLine& line);
 
   // Runs every line of `in`. With `stopAtError` it returns false at the first bad line;
   // otherwise it runs them all and returns whether all were good.
