@@ -1,7 +1,7 @@
 #pragma once
 // The fourteen collections a pipeline manager is handed, owned the way an agent owns them, and
 // the manager's construction over them in its argument order.
-#include "quill/core/P2mpLfibGenSmManager.h"
+#include "quill/pipeline/P2mpLfibGenSmManager.h"
 
 namespace Sim {
 

@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-#include "quill/core/P2mpLfibGenSmManager.h"
+#include "quill/pipeline/P2mpLfibGenSmManager.h"
 
 namespace {
 

@@ -17,7 +17,7 @@
 #include "platform/brisk/ForwardingStatus.h"
 #include "platform/routing/NexthopVrfConfig.h"
 #include "platform/routing/NexthopVrfStatus.h"
-#include "quill/core/P2mpLfibGenSmManager.h"
+#include "quill/pipeline/P2mpLfibGenSmManager.h"
 
 namespace Quill {
 

@@ -1,4 +1,4 @@
-#include "quill/core/P2mpLfibGenSmManager.h"
+#include "quill/pipeline/P2mpLfibGenSmManager.h"
 
 #include <gtest/gtest.h>
 
