@@ -467,7 +467,7 @@ class StageByStage {
 
   // Creates the next reactor (or group) and returns its name; empty when all are created.
   std::string createNext() {
-    const Sim::PipelineCollections& c = agent_.colls();
+    const Mpls::PipelineCollections& c = agent_.colls();
     switch (next_++) {
       case 0:
         if (Mpls::toggleMplsFluxInversionEnabled()) {

@@ -21,10 +21,10 @@
 #include "platform/routing/NexthopVrfStatus.h"
 #include "quill/lfib/LabelBindingTableNotifierSmManager.h"
 #include "quill/pipeline/P2mpLfibGenSmManager.h"
+#include "quill/pipeline/PipelineCollections.h"
 #include "quill/resolve/IraNexthopConfigSm.h"
 #include "quill/resolve/IraNexthopStatusSm.h"
 #include "sim/PeerLabelMirror.h"
-#include "sim/PipelineCollections.h"
 #include "sim/ResolutionService.h"
 
 namespace Sim {
@@ -59,7 +59,7 @@ class Agent {
   void peerTableDrop(const Mpls::RouterId& routerId);
 
   // The manager's fourteen collections.
-  const PipelineCollections& colls() const { return colls_; }
+  const Mpls::PipelineCollections& colls() const { return colls_; }
 
   // The resolution service's tables.
   const Vox::Ptr<Routing::NexthopVrfConfig>& nexthopConfig() const { return nexthopConfig_; }
@@ -70,7 +70,7 @@ class Agent {
   }
 
  private:
-  PipelineCollections colls_;
+  Mpls::PipelineCollections colls_;
   Vox::Ptr<Routing::NexthopVrfConfig> nexthopConfig_;
   Vox::Ptr<Routing::NexthopVrfStatus> nexthopStatus_;
   Vox::Ptr<Routing::NexthopBacklog> nexthopBacklog_;

@@ -59,21 +59,21 @@ Fault faultOn(const Vox::Ptr<Coll>& coll) {
 
 struct Stage {
   const char* name;
-  Fault (*hook)(const Sim::PipelineCollections&);
+  Fault (*hook)(const Mpls::PipelineCollections&);
 };
 
 const Stage kStages[] = {
-    {"inversion", [](const Sim::PipelineCollections& c) { return faultOn(c.ipAddrRouterId); }},
-    {"routerNexthop", [](const Sim::PipelineCollections& c) { return faultOn(c.routerNexthop); }},
+    {"inversion", [](const Mpls::PipelineCollections& c) { return faultOn(c.ipAddrRouterId); }},
+    {"routerNexthop", [](const Mpls::PipelineCollections& c) { return faultOn(c.routerNexthop); }},
     {"intfRouterNexthop",
-     [](const Sim::PipelineCollections& c) { return faultOn(c.intfRouterNexthop); }},
+     [](const Mpls::PipelineCollections& c) { return faultOn(c.intfRouterNexthop); }},
     {"routerIpNexthop",
-     [](const Sim::PipelineCollections& c) { return faultOn(c.routerIpNexthop); }},
+     [](const Mpls::PipelineCollections& c) { return faultOn(c.routerIpNexthop); }},
     {"filteredNexthop",
-     [](const Sim::PipelineCollections& c) { return faultOn(c.filteredNexthop); }},
+     [](const Mpls::PipelineCollections& c) { return faultOn(c.filteredNexthop); }},
     {"fecRouterNexthop",
-     [](const Sim::PipelineCollections& c) { return faultOn(c.fecRouterNexthop); }},
-    {"lfib", [](const Sim::PipelineCollections& c) { return faultOn(c.lfib); }},
+     [](const Mpls::PipelineCollections& c) { return faultOn(c.fecRouterNexthop); }},
+    {"lfib", [](const Mpls::PipelineCollections& c) { return faultOn(c.lfib); }},
 };
 
 // Which of the stage's notifications in the cascade throws.

@@ -3,7 +3,7 @@
 #include <gtest/gtest.h>
 
 #include "quill/core/Toggles.h"
-#include "sim/PipelineCollections.h"
+#include "quill/pipeline/PipelineCollections.h"
 #include "tests/support/TraceCapture.h"
 #include "tests/support/Values.h"
 
@@ -27,7 +27,7 @@ class P2mpLfibGenSmManagerTest : public ::testing::Test {
     if (manager.ipAddrToRouterIdInfoSm()) return manager.ipAddrToRouterIdInfoSm().ptr();
     return manager.ipAddrRouterIdInfoSm().ptr();
   }
-  Sim::PipelineCollections colls;
+  Mpls::PipelineCollections colls;
 };
 
 TEST_F(P2mpLfibGenSmManagerTest, TheTogglesChooseExactlyOneVariantPerStage) {

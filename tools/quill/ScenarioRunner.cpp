@@ -34,7 +34,7 @@ std::string_view trimmed(std::string_view line) {
   return end == std::string_view::npos ? std::string_view() : line.substr(0, end + 1);
 }
 
-void applyAddress(const Sim::PipelineCollections& colls, const AddressCommand& command) {
+void applyAddress(const Mpls::PipelineCollections& colls, const AddressCommand& command) {
   const auto& coll =
       command.table == AddressCommand::Table::transport ? colls.transportAddrs : colls.intfAddrs;
   switch (command.change) {
@@ -60,7 +60,7 @@ void applyAddress(const Sim::PipelineCollections& colls, const AddressCommand& c
   }
 }
 
-void applyLocalBinding(const Sim::PipelineCollections& colls, const LocalBindingCommand& command) {
+void applyLocalBinding(const Mpls::PipelineCollections& colls, const LocalBindingCommand& command) {
   if (command.change == Change::add) {
     colls.localTable->bindingIs(command.fec)->mplsLabelIs(command.label);
     return;
@@ -72,7 +72,7 @@ void applyLocalBinding(const Sim::PipelineCollections& colls, const LocalBinding
   if (binding->mplsLabels() == 0) colls.localTable->bindingDel(command.fec);
 }
 
-void applyFilteredFec(const Sim::PipelineCollections& colls, const FilteredFecCommand& command) {
+void applyFilteredFec(const Mpls::PipelineCollections& colls, const FilteredFecCommand& command) {
   if (command.change == Change::add) {
     colls.peerTables->bindingTableIs(command.routerId)->filteredFecIs(command.fec, true);
     return;
@@ -88,7 +88,7 @@ ScenarioRunner::ScenarioRunner(Sim::Agent& agent, Options options, std::ostream&
     : agent_(agent), options_(options), out_(out), err_(err) {}
 
 void ScenarioRunner::apply(const Command& command) {
-  const Sim::PipelineCollections& colls = agent_.colls();
+  const Mpls::PipelineCollections& colls = agent_.colls();
   std::visit(
       Overloaded{
           [&](const AddressCommand& c) { applyAddress(colls, c); },

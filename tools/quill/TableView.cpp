@@ -13,7 +13,7 @@ namespace QuillTool {
 
 namespace {
 
-using Colls = Sim::PipelineCollections;
+using Colls = Mpls::PipelineCollections;
 
 // "1 route", "2 routes".
 std::string count(std::size_t n, std::string_view one, std::string_view many) {
