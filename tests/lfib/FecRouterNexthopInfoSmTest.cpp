@@ -231,12 +231,6 @@ TEST_F(FecRouterNexthopInfoSmDeathTest, ReactorMisuseIsFatal) {
   // A ring emptied while the router still lists vias.
   sm->fecViaConsistentHashColl()->consistentHash(router)->ch()->delNode(via(0));
   EXPECT_DEATH(sm->handleRouterNexthop(router, via(7)), "!routerNexthop->vias\\(\\)");
-  EXPECT_DEATH([&]() noexcept { sm->routerFecIs(nullptr); }(),
-               "null _routerFec parameter to mutator for Mpls::FecRouterNexthopInfoSm::routerFec "
-               "not allowed\"");
-  EXPECT_DEATH([&]() noexcept { sm->routerNexthopIs(nullptr); }(),
-               "null _routerNexthop parameter to mutator for "
-               "Mpls::FecRouterNexthopInfoSm::routerNexthop not allowed\"");
   sm->handleDelete();
   EXPECT_DEATH(viaIs(router, via(1)), "initialized\\(\\)");
   EXPECT_DEATH(tables->bindingTableIs(router)->bindingIs(fec(1)), "initialized\\(\\)");

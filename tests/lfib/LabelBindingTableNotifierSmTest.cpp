@@ -181,13 +181,4 @@ TEST_F(LabelBindingTableNotifierSmManagerTest, ReinitializationReplacesEveryNoti
   EXPECT_EQ(tables->bindingTable(r2)->notifiees(), watchers);
 }
 
-using LabelBindingTableNotifierSmDeathTest = LabelBindingTableNotifierSmTest;
-
-TEST_F(LabelBindingTableNotifierSmDeathTest, NullBindingEndsTheProcessWithItsText) {
-  start();
-  EXPECT_DEATH([&]() noexcept { sm->bindingIs(nullptr); }(),
-               "null _binding parameter to mutator for "
-               "Mpls::LabelBindingTableNotifierSm::binding not allowed\"");
-}
-
 }  // namespace

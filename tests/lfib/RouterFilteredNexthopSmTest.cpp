@@ -82,21 +82,6 @@ TEST_F(RouterFilteredNexthopSmTest, InitializationRebuildsAndWholeRemovalsWaitWh
 
 using RouterFilteredNexthopSmDeathTest = RouterFilteredNexthopSmTest;
 
-TEST_F(RouterFilteredNexthopSmDeathTest, NullEntitiesEndTheProcessWithTheirTexts) {
-  start();
-  EXPECT_DEATH([&]() noexcept { sm->routerIpNexthopIs(nullptr); }(),
-               "null _routerIpNexthop parameter to mutator for "
-               "Mpls::RouterFilteredNexthopSm::routerIpNexthop not allowed\"");
-  EXPECT_DEATH([&]() noexcept { sm->routerIpAddrIs(nullptr); }(),
-               "null _routerIpAddr parameter to mutator for "
-               "Mpls::RouterFilteredNexthopSm::routerIpAddr not allowed\"");
-  hops->routerIpNexthopIs(v<RouterId>("2.2.2.2:0"));
-  const auto perRouter = sm->routerIpNexthopIs(hops->routerIpNexthop(v<RouterId>("2.2.2.2:0")));
-  EXPECT_DEATH([&]() noexcept { perRouter->ipNexthopInfoIs(nullptr); }(),
-               "null _ipNexthopInfo parameter to mutator for "
-               "Mpls::RouterFilteredNexthopSm::VoxRouterIpNexthop::ipNexthopInfo not allowed\"");
-}
-
 TEST_F(RouterFilteredNexthopSmDeathTest, ChangesAfterDeleteAreFatal) {
   start();
   hop("2.2.2.2:0", "10.1.1.2-Ethernet1");

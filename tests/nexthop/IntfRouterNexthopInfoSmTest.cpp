@@ -73,9 +73,6 @@ using IntfRouterNexthopInfoSmDeathTest = IntfRouterNexthopInfoSmTest;
 
 TEST_F(IntfRouterNexthopInfoSmDeathTest, MisuseIsFatal) {
   start();
-  EXPECT_DEATH([&]() noexcept { sm->routerNexthopIs(nullptr); }(),
-               "null _routerNexthop parameter to mutator for "
-               "Mpls::IntfRouterNexthopInfoSm::routerNexthop not allowed\"");
   add("2.2.2.2:0", "10.1.1.2-Ethernet1");
   sm->handleDelete();
   EXPECT_DEATH(add("2.2.2.2:0", "10.1.1.3-Ethernet1"), "initialized\\(\\)");

@@ -93,15 +93,7 @@ TEST_F(RouterIpNexthopInfoSmDeathTest, MisuseIsFatal) {
                                             v<FibVia>("10.1.1.2-Ethernet1")),
                "Failed\\(via.intfId\\(\\) == intfId\\) Ethernet1 != Ethernet2\n.*"
                "fatal assertion failed: !\"via.intfId\\(\\) == intfId\"");
-  EXPECT_DEATH([&]() noexcept { sm->intfRouterNexthopIs(nullptr); }(),
-               "null _intfRouterNexthop parameter to mutator for "
-               "Mpls::RouterIpNexthopInfoSm::intfRouterNexthop not allowed\"");
   add("2.2.2.2:0", "10.1.1.2-Ethernet1");
-  auto perIntf = sm->intfRouterNexthopIs(in->intfRouterNexthop(v<IntfId>("Ethernet1")));
-  EXPECT_DEATH(
-      [&]() noexcept { perIntf->routerNexthopInfoIs(nullptr); }(),
-      "null _routerNexthopInfo parameter to mutator for "
-      "Mpls::RouterIpNexthopInfoSm::VoxIntfRouterNexthop::routerNexthopInfo not allowed\"");
   sm->handleDelete();
   EXPECT_DEATH(mpls("Ethernet1", true), "initialized\\(\\)");
   EXPECT_DEATH(add("2.2.2.2:0", "10.1.1.3-Ethernet1"), "initialized\\(\\)");

@@ -83,26 +83,6 @@ TEST_F(RouterNexthopInfoSmTest, InitializationRebuildsAndWholeEntityRemovalWaits
   EXPECT_EQ(out->routerNexthops(), 0u);
 }
 
-TEST_F(RouterNexthopInfoSmTest, NullEntitiesAreRangeErrors) {
-  start();
-  EXPECT_THROW(
-      try { sm->ipAddrRouterIdIs(nullptr); } catch (const Vox::RangeException& e) {
-        EXPECT_STREQ(e.what(),
-                     "null _ipAddrRouterId parameter to mutator for "
-                     "Mpls::RouterNexthopInfoSm::ipAddrRouterId not allowed\"");
-        throw;
-      },
-      Vox::RangeException);
-  EXPECT_THROW(
-      try { sm->ipNexthopIs(nullptr); } catch (const Vox::RangeException& e) {
-        EXPECT_STREQ(e.what(),
-                     "null _ipNexthop parameter to mutator for "
-                     "Mpls::RouterNexthopInfoSm::ipNexthop not allowed\"");
-        throw;
-      },
-      Vox::RangeException);
-}
-
 using RouterNexthopInfoSmDeathTest = RouterNexthopInfoSmTest;
 
 TEST_F(RouterNexthopInfoSmDeathTest, BrokenInvariantsAreFatal) {
@@ -112,12 +92,6 @@ TEST_F(RouterNexthopInfoSmDeathTest, BrokenInvariantsAreFatal) {
   out->routerNexthopIs(v<RouterId>("2.2.2.2:0"))->viaIs(v<FibVia>("10.9.9.9-Ethernet9"));
   EXPECT_DEATH(resolve("10.0.0.1", "10.1.1.2-Ethernet1"),
                "routerNexthopInfo->nexthopIpInfos\\(\\) == routerNexthopInfo->vias\\(\\)");
-  EXPECT_DEATH([&]() noexcept { sm->ipNexthopIs(nullptr); }(),
-               "null _ipNexthop parameter to mutator for Mpls::RouterNexthopInfoSm::ipNexthop not "
-               "allowed\"");
-  EXPECT_DEATH([&]() noexcept { sm->ipAddrRouterIdIs(nullptr); }(),
-               "null _ipAddrRouterId parameter to mutator for "
-               "Mpls::RouterNexthopInfoSm::ipAddrRouterId not allowed\"");
   sm->handleDelete();
   EXPECT_DEATH(advertise("10.0.0.1", "3.3.3.3:0"), "initialized\\(\\)");
   EXPECT_DEATH(resolve("10.0.0.1", "10.1.1.3-Ethernet1"), "initialized\\(\\)");

@@ -90,26 +90,4 @@ TEST_F(IpAddrRouterIdInfoSmTest, ARouterRemovedWholeKeepsItsPairsUntilReinitiali
   EXPECT_TRUE(output().empty());
 }
 
-TEST_F(IpAddrRouterIdInfoSmTest, NullRouterIsARangeError) {
-  start();
-  try {
-    sm->routerIpAddrIs(nullptr);
-    FAIL();
-  } catch (const Vox::RangeException& error) {
-    EXPECT_STREQ(error.what(),
-                 "null _routerIpAddr parameter to mutator for "
-                 "Mpls::IpAddrRouterIdInfoSm::routerIpAddr not allowed\"");
-  }
-}
-
-using IpAddrRouterIdInfoSmDeathTest = IpAddrRouterIdInfoSmTest;
-
-TEST_F(IpAddrRouterIdInfoSmDeathTest, UncaughtNullRouterEndsTheProcessWithItsText) {
-  start();
-  // Thrown where nothing catches it, the range exception ends the process with its text.
-  EXPECT_DEATH([&]() noexcept { sm->routerIpAddrIs(nullptr); }(),
-               "null _routerIpAddr parameter to mutator for "
-               "Mpls::IpAddrRouterIdInfoSm::routerIpAddr not allowed\"");
-}
-
 }  // namespace
