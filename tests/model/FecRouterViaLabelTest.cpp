@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <cstdint>
 #include <string>
 #include <string_view>
 
+#include "platform/vox/Hash.h"
 #include "quill/model/FecRouter.h"
 #include "quill/model/ViaLabel.h"
 #include "tests/support/ValueChecks.h"
@@ -51,6 +53,25 @@ TEST(FecRouterViaLabelTest, HashesMixEveryFieldAndTheSeed) {
   EXPECT_NE(fr.hash(0), fr.hash(1));
   EXPECT_NE(fr.hash(0), fecRouter("p2mp/1.1.1.1/0100040000002a", "2.2.2.2:1").hash(0));
   EXPECT_NE(fr.hash(0), fecRouter("p2mp/1.1.1.1/0100040000002b", "2.2.2.2:0").hash(0));
+}
+
+// The order of the mixes is part of the hash: FEC then router; via then label. Swapping either
+// pair gives another value, so these fail if the two mixes trade places.
+TEST(FecRouterViaLabelTest, HashesMixTheirFieldsInTheirOrder) {
+  const auto fr = fecRouter("p2mp/1.1.1.1/0100040000002a", "2.2.2.2:0");
+  const auto fecHash = fr.fwdEqvClass().hash(0);
+  const auto routerHash = fr.routerId().hash(0);
+  for (const uint32_t seed : {0u, 7u}) {
+    EXPECT_EQ(fr.hash(seed), Vox::Hash(seed).hashMix(fecHash).hashMix(routerHash).result());
+    EXPECT_NE(fr.hash(seed), Vox::Hash(seed).hashMix(routerHash).hashMix(fecHash).result());
+  }
+  const auto vl = viaLabel("10.1.1.2-Ethernet1", 16);
+  const auto viaHash = vl.via().hash();
+  const auto labelHash = Vox::hashSingleAttr(0, 16u);
+  for (const uint32_t seed : {0u, 7u}) {
+    EXPECT_EQ(vl.hash(seed), Vox::Hash(seed).hashMix(viaHash).hashMix(labelHash).result());
+    EXPECT_NE(vl.hash(seed), Vox::Hash(seed).hashMix(labelHash).hashMix(viaHash).result());
+  }
 }
 
 TEST(ReflectedTextTest, ExactTextRoundTripsAndLogs) {

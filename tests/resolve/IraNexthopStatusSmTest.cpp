@@ -100,6 +100,7 @@ TEST_F(IraNexthopStatusSmTest, LosingTheResolutionRemovesTheWholeEntry) {
   forwarding->fecDel(FecId(3));  // a FEC the forwarding table no longer knows
   backlog->backlogIs(v<IpGenAddr>("10.0.0.3"));
   EXPECT_TRUE(output().empty());
+  EXPECT_TRUE(backlog->backlogColl().empty());  // unresolved answers leave the backlog too
   EXPECT_EQ(trace.messages(), (Strings{"Removing ipAddr from ipNexthopInfoColl 10.0.0.1",
                                        "Removing ipAddr from ipNexthopInfoColl 10.0.0.2",
                                        "Removing ipAddr from ipNexthopInfoColl 10.0.0.3"}));
