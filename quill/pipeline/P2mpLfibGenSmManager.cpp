@@ -1,7 +1,6 @@
 #include "quill/pipeline/P2mpLfibGenSmManager.h"
 
 #include "platform/rapidlog/Rapidlog.h"
-#include "quill/core/Toggles.h"
 
 namespace Mpls {
 
@@ -40,56 +39,16 @@ P2mpLfibGenSmManager::P2mpLfibGenSmManager(
 P2mpLfibGenSmManager::~P2mpLfibGenSmManager() {
   handleDelete();
   voxDoZombieReactors(true);
-  ipAddrRouterIdInfoSmDel();
-  ipAddrToRouterIdInfoSmDel();
-  routerNexthopInfoSmDel();
-  routerIdToNexthopInfoSmDel();
-  intfRouterNexthopInfoSmDel();
-  intfToRouterNexthopInfoSmDel();
-  routerIpNexthopInfoSmDel();
-  routerIdToIpNexthopInfoSmDel();
-  routerFilteredNexthopSmDel();
-  fecRouterNexthopInfoSmDel();
-  labelForwardingInfoSmDel();
+  forEachRow([this]<class Row>() { stageDel<typename Row::Reactor>(); });
   // The collections are released by the members' destruction, in reverse declaration order.
 }
 
 void P2mpLfibGenSmManager::handleInitialized() {
   const auto scope = enterHandleInitialized();
-  // Stages 1 to 4: exactly one variant each, as the feature toggles say.
-  if (toggleMplsFluxInversionEnabled()) {
-    ipAddrToRouterIdInfoSmIs(p2mpRouterTransportIpAddrInfoColl_, p2mpIpAddrRouterIdInfoColl_);
-  } else {
-    ipAddrRouterIdInfoSmIs(p2mpRouterTransportIpAddrInfoColl_, p2mpIpAddrRouterIdInfoColl_);
-  }
-  if (toggleMplsFluxConcatEnabled()) {
-    routerIdToNexthopInfoSmIs(p2mpIpAddrRouterIdInfoColl_, p2mpIpNexthopInfoColl_,
-                              p2mpRouterNexthopInfoColl_);
-  } else {
-    routerNexthopInfoSmIs(p2mpIpAddrRouterIdInfoColl_, p2mpIpNexthopInfoColl_,
-                          p2mpRouterNexthopInfoColl_);
-  }
-  if (toggleMplsFluxIntfRouterSmEnabled()) {
-    intfToRouterNexthopInfoSmIs(p2mpRouterNexthopInfoColl_, p2mpIntfRouterNexthopInfoColl_);
-  } else {
-    intfRouterNexthopInfoSmIs(p2mpRouterNexthopInfoColl_, p2mpIntfRouterNexthopInfoColl_);
-  }
-  if (toggleMplsFluxRouterIpNexthopEnabled()) {
-    routerIdToIpNexthopInfoSmIs(p2mpIntfRouterNexthopInfoColl_, p2mpMplsIntfColl_,
-                                p2mpRouterIpNexthopInfoColl_);
-  } else {
-    routerIpNexthopInfoSmIs(p2mpIntfRouterNexthopInfoColl_, p2mpMplsIntfColl_,
-                            p2mpRouterIpNexthopInfoColl_);
-  }
-  // Stage 5: interface-address filter.
-  routerFilteredNexthopSmIs(p2mpRouterIpNexthopInfoColl_, p2mpRouterIntfIpAddrInfoColl_,
-                            p2mpRouterFilteredNexthopColl_);
-  // Stage 6: FEC next-hop selection.
-  fecRouterNexthopInfoSmIs(p2mpPeerLabelBindingTableColl_, p2mpRouterFilteredNexthopColl_,
-                           p2mpFecRouterNexthopInfoColl_);
-  // Stage 7: LFIB generation.
-  labelForwardingInfoSmIs(p2mpLocalLabelBindingTable_, p2mpFecRouterLabelInfoColl_,
-                          p2mpFecRouterNexthopInfoColl_, p2mpLabelForwardingInfoColl_);
+  // Upstream first; of a stage's two variants, the one its toggle picks.
+  forEachRow([this]<class Row>() {
+    if (Row::chosen()) Row::createIn(*this);
+  });
 }
 
 void P2mpLfibGenSmManager::handleDelete() {

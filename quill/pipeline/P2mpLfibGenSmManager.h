@@ -29,6 +29,7 @@
 #include "platform/mpls/LabelBindingTable.h"
 #include "platform/mpls/LabelBindingTableColl.h"
 #include "quill/core/StageReactor.h"
+#include "quill/core/Toggles.h"
 #include "quill/flux/IntfToRouterNexthopInfoSm.h"
 #include "quill/flux/IpAddrToRouterIdInfoSm.h"
 #include "quill/flux/RouterIdToIpNexthopInfoSm.h"
@@ -126,35 +127,37 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
 
   // The stage reactors, null until created.
   const Vox::Ptr<IpAddrRouterIdInfoSm>& ipAddrRouterIdInfoSm() const {
-    return ipAddrRouterIdInfoSm_;
+    return stage<IpAddrRouterIdInfoSm>();
   }
   const Vox::Ptr<IpAddrToRouterIdInfoSm>& ipAddrToRouterIdInfoSm() const {
-    return ipAddrToRouterIdInfoSm_;
+    return stage<IpAddrToRouterIdInfoSm>();
   }
-  const Vox::Ptr<RouterNexthopInfoSm>& routerNexthopInfoSm() const { return routerNexthopInfoSm_; }
+  const Vox::Ptr<RouterNexthopInfoSm>& routerNexthopInfoSm() const {
+    return stage<RouterNexthopInfoSm>();
+  }
   const Vox::Ptr<RouterIdToNexthopInfoSm>& routerIdToNexthopInfoSm() const {
-    return routerIdToNexthopInfoSm_;
+    return stage<RouterIdToNexthopInfoSm>();
   }
   const Vox::Ptr<IntfRouterNexthopInfoSm>& intfRouterNexthopInfoSm() const {
-    return intfRouterNexthopInfoSm_;
+    return stage<IntfRouterNexthopInfoSm>();
   }
   const Vox::Ptr<IntfToRouterNexthopInfoSm>& intfToRouterNexthopInfoSm() const {
-    return intfToRouterNexthopInfoSm_;
+    return stage<IntfToRouterNexthopInfoSm>();
   }
   const Vox::Ptr<RouterIpNexthopInfoSm>& routerIpNexthopInfoSm() const {
-    return routerIpNexthopInfoSm_;
+    return stage<RouterIpNexthopInfoSm>();
   }
   const Vox::Ptr<RouterIdToIpNexthopInfoSm>& routerIdToIpNexthopInfoSm() const {
-    return routerIdToIpNexthopInfoSm_;
+    return stage<RouterIdToIpNexthopInfoSm>();
   }
   const Vox::Ptr<RouterFilteredNexthopSm>& routerFilteredNexthopSm() const {
-    return routerFilteredNexthopSm_;
+    return stage<RouterFilteredNexthopSm>();
   }
   const Vox::Ptr<FecRouterNexthopInfoSm>& fecRouterNexthopInfoSm() const {
-    return fecRouterNexthopInfoSm_;
+    return stage<FecRouterNexthopInfoSm>();
   }
   const Vox::Ptr<LabelForwardingInfoSm>& labelForwardingInfoSm() const {
-    return labelForwardingInfoSm_;
+    return stage<LabelForwardingInfoSm>();
   }
 
   // Stage setters: return the existing reactor when it was built over the very same collections,
@@ -162,106 +165,106 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSmIs(
       const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
       const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl) {
-    return stageIs(ipAddrRouterIdInfoSm_, routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
+    return stageIs<IpAddrRouterIdInfoSm>(routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
   }
   Vox::Ptr<IpAddrToRouterIdInfoSm> ipAddrToRouterIdInfoSmIs(
       const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
       const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl) {
-    return stageIs(ipAddrToRouterIdInfoSm_, routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
+    return stageIs<IpAddrToRouterIdInfoSm>(routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
   }
   Vox::Ptr<RouterNexthopInfoSm> routerNexthopInfoSmIs(
       const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
       const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl,
       const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
-    return stageIs(routerNexthopInfoSm_, ipAddrRouterIdInfoColl, ipNexthopInfoColl,
-                   routerNexthopInfoColl);
+    return stageIs<RouterNexthopInfoSm>(ipAddrRouterIdInfoColl, ipNexthopInfoColl,
+                                        routerNexthopInfoColl);
   }
   Vox::Ptr<RouterIdToNexthopInfoSm> routerIdToNexthopInfoSmIs(
       const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
       const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl,
       const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
-    return stageIs(routerIdToNexthopInfoSm_, ipAddrRouterIdInfoColl, ipNexthopInfoColl,
-                   routerNexthopInfoColl);
+    return stageIs<RouterIdToNexthopInfoSm>(ipAddrRouterIdInfoColl, ipNexthopInfoColl,
+                                            routerNexthopInfoColl);
   }
   Vox::Ptr<IntfRouterNexthopInfoSm> intfRouterNexthopInfoSmIs(
       const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
       const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl) {
-    return stageIs(intfRouterNexthopInfoSm_, routerNexthopInfoColl, intfRouterNexthopInfoColl);
+    return stageIs<IntfRouterNexthopInfoSm>(routerNexthopInfoColl, intfRouterNexthopInfoColl);
   }
   Vox::Ptr<IntfToRouterNexthopInfoSm> intfToRouterNexthopInfoSmIs(
       const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
       const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl) {
-    return stageIs(intfToRouterNexthopInfoSm_, routerNexthopInfoColl, intfRouterNexthopInfoColl);
+    return stageIs<IntfToRouterNexthopInfoSm>(routerNexthopInfoColl, intfRouterNexthopInfoColl);
   }
   Vox::Ptr<RouterIpNexthopInfoSm> routerIpNexthopInfoSmIs(
       const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
       const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
       const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl) {
-    return stageIs(routerIpNexthopInfoSm_, intfRouterNexthopInfoColl, mplsIntfColl,
-                   routerIpNexthopInfoColl);
+    return stageIs<RouterIpNexthopInfoSm>(intfRouterNexthopInfoColl, mplsIntfColl,
+                                          routerIpNexthopInfoColl);
   }
 
   Vox::Ptr<RouterIdToIpNexthopInfoSm> routerIdToIpNexthopInfoSmIs(
       const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
       const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
       const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl) {
-    return stageIs(routerIdToIpNexthopInfoSm_, intfRouterNexthopInfoColl, mplsIntfColl,
-                   routerIpNexthopInfoColl);
+    return stageIs<RouterIdToIpNexthopInfoSm>(intfRouterNexthopInfoColl, mplsIntfColl,
+                                              routerIpNexthopInfoColl);
   }
   Vox::Ptr<RouterFilteredNexthopSm> routerFilteredNexthopSmIs(
       const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl,
       const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
       const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
-    return stageIs(routerFilteredNexthopSm_, routerIpNexthopInfoColl, routerIpAddrInfoColl,
-                   routerNexthopInfoColl);
+    return stageIs<RouterFilteredNexthopSm>(routerIpNexthopInfoColl, routerIpAddrInfoColl,
+                                            routerNexthopInfoColl);
   }
   Vox::Ptr<FecRouterNexthopInfoSm> fecRouterNexthopInfoSmIs(
       const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl,
       const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
       const Vox::Ptr<FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl) {
-    return stageIs(fecRouterNexthopInfoSm_, labelBindingTableColl, routerNexthopInfoColl,
-                   fecRouterNexthopInfoColl);
+    return stageIs<FecRouterNexthopInfoSm>(labelBindingTableColl, routerNexthopInfoColl,
+                                           fecRouterNexthopInfoColl);
   }
   Vox::Ptr<LabelForwardingInfoSm> labelForwardingInfoSmIs(
       const Vox::Ptr<const LabelBindingTable>& localLabelBindingTable,
       const Vox::Ptr<const FecRouterLabelInfoColl>& fecRouterLabelInfoColl,
       const Vox::Ptr<const FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl,
       const Vox::Ptr<LabelForwardingInfoColl>& labelForwardingInfoColl) {
-    return stageIs(labelForwardingInfoSm_, localLabelBindingTable, fecRouterLabelInfoColl,
-                   fecRouterNexthopInfoColl, labelForwardingInfoColl);
+    return stageIs<LabelForwardingInfoSm>(localLabelBindingTable, fecRouterLabelInfoColl,
+                                          fecRouterNexthopInfoColl, labelForwardingInfoColl);
   }
 
   // Stage removers: null the attribute, turn the reactor's notifications off and hand it over.
   Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSmDel() {
-    return stageDel(ipAddrRouterIdInfoSm_);
+    return stageDel<IpAddrRouterIdInfoSm>();
   }
   Vox::Ptr<IpAddrToRouterIdInfoSm> ipAddrToRouterIdInfoSmDel() {
-    return stageDel(ipAddrToRouterIdInfoSm_);
+    return stageDel<IpAddrToRouterIdInfoSm>();
   }
-  Vox::Ptr<RouterNexthopInfoSm> routerNexthopInfoSmDel() { return stageDel(routerNexthopInfoSm_); }
+  Vox::Ptr<RouterNexthopInfoSm> routerNexthopInfoSmDel() { return stageDel<RouterNexthopInfoSm>(); }
   Vox::Ptr<RouterIdToNexthopInfoSm> routerIdToNexthopInfoSmDel() {
-    return stageDel(routerIdToNexthopInfoSm_);
+    return stageDel<RouterIdToNexthopInfoSm>();
   }
   Vox::Ptr<IntfRouterNexthopInfoSm> intfRouterNexthopInfoSmDel() {
-    return stageDel(intfRouterNexthopInfoSm_);
+    return stageDel<IntfRouterNexthopInfoSm>();
   }
   Vox::Ptr<IntfToRouterNexthopInfoSm> intfToRouterNexthopInfoSmDel() {
-    return stageDel(intfToRouterNexthopInfoSm_);
+    return stageDel<IntfToRouterNexthopInfoSm>();
   }
   Vox::Ptr<RouterIpNexthopInfoSm> routerIpNexthopInfoSmDel() {
-    return stageDel(routerIpNexthopInfoSm_);
+    return stageDel<RouterIpNexthopInfoSm>();
   }
   Vox::Ptr<RouterIdToIpNexthopInfoSm> routerIdToIpNexthopInfoSmDel() {
-    return stageDel(routerIdToIpNexthopInfoSm_);
+    return stageDel<RouterIdToIpNexthopInfoSm>();
   }
   Vox::Ptr<RouterFilteredNexthopSm> routerFilteredNexthopSmDel() {
-    return stageDel(routerFilteredNexthopSm_);
+    return stageDel<RouterFilteredNexthopSm>();
   }
   Vox::Ptr<FecRouterNexthopInfoSm> fecRouterNexthopInfoSmDel() {
-    return stageDel(fecRouterNexthopInfoSm_);
+    return stageDel<FecRouterNexthopInfoSm>();
   }
   Vox::Ptr<LabelForwardingInfoSm> labelForwardingInfoSmDel() {
-    return stageDel(labelForwardingInfoSm_);
+    return stageDel<LabelForwardingInfoSm>();
   }
 
   // Builds the pipeline: stages upstream first, each chosen by its feature toggle.
@@ -271,38 +274,6 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   void hasNotificationActiveIs(bool active) override;
 
  private:
-  template <class Sm, class... Colls>
-  static Vox::Ptr<Sm> stageIs(Vox::Ptr<Sm>& attribute, const Colls&... colls) {
-    if (attribute && attribute->constructorArguments() == std::tuple(colls.ptr()...)) {
-      return attribute;
-    }
-    attribute = Sm::create(colls...);
-    attribute->hasNotificationActiveIs(true);
-    return attribute;
-  }
-  template <class Sm>
-  static Vox::Ptr<Sm> stageDel(Vox::Ptr<Sm>& attribute) {
-    Vox::Ptr<Sm> removed = std::move(attribute);
-    attribute = nullptr;
-    if (removed) removed->hasNotificationActiveIs(false);
-    return removed;
-  }
-  // Applies `action` to each existing stage reactor, in declaration order.
-  template <class Action>
-  void forEachStage(Action&& action) const {
-    if (ipAddrRouterIdInfoSm_) action(*ipAddrRouterIdInfoSm_);
-    if (ipAddrToRouterIdInfoSm_) action(*ipAddrToRouterIdInfoSm_);
-    if (routerNexthopInfoSm_) action(*routerNexthopInfoSm_);
-    if (routerIdToNexthopInfoSm_) action(*routerIdToNexthopInfoSm_);
-    if (intfRouterNexthopInfoSm_) action(*intfRouterNexthopInfoSm_);
-    if (intfToRouterNexthopInfoSm_) action(*intfToRouterNexthopInfoSm_);
-    if (routerIpNexthopInfoSm_) action(*routerIpNexthopInfoSm_);
-    if (routerIdToIpNexthopInfoSm_) action(*routerIdToIpNexthopInfoSm_);
-    if (routerFilteredNexthopSm_) action(*routerFilteredNexthopSm_);
-    if (fecRouterNexthopInfoSm_) action(*fecRouterNexthopInfoSm_);
-    if (labelForwardingInfoSm_) action(*labelForwardingInfoSm_);
-  }
-
   // Declaration order is the constructor's argument order; members are released in reverse.
   Vox::Ptr<const LabelBindingTable> p2mpLocalLabelBindingTable_;
   Vox::Ptr<const LabelBindingTableColl> p2mpPeerLabelBindingTableColl_;
@@ -318,17 +289,110 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   Vox::Ptr<RouterNexthopInfoColl> p2mpRouterFilteredNexthopColl_;
   Vox::Ptr<FecRouterNexthopInfoColl> p2mpFecRouterNexthopInfoColl_;
   Vox::Ptr<LabelForwardingInfoColl> p2mpLabelForwardingInfoColl_;
-  Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSm_;
-  Vox::Ptr<IpAddrToRouterIdInfoSm> ipAddrToRouterIdInfoSm_;
-  Vox::Ptr<RouterNexthopInfoSm> routerNexthopInfoSm_;
-  Vox::Ptr<RouterIdToNexthopInfoSm> routerIdToNexthopInfoSm_;
-  Vox::Ptr<IntfRouterNexthopInfoSm> intfRouterNexthopInfoSm_;
-  Vox::Ptr<IntfToRouterNexthopInfoSm> intfToRouterNexthopInfoSm_;
-  Vox::Ptr<RouterIpNexthopInfoSm> routerIpNexthopInfoSm_;
-  Vox::Ptr<RouterIdToIpNexthopInfoSm> routerIdToIpNexthopInfoSm_;
-  Vox::Ptr<RouterFilteredNexthopSm> routerFilteredNexthopSm_;
-  Vox::Ptr<FecRouterNexthopInfoSm> fecRouterNexthopInfoSm_;
-  Vox::Ptr<LabelForwardingInfoSm> labelForwardingInfoSm_;
+  // The pipeline, declared once: every stage reactor in pipeline order, the manager's collections
+  // it is built over (inputs first, its output last) and when the manager creates it. Creation,
+  // iteration, switching and removal all follow this list; adding a stage is one row here, its
+  // reactor's own files and its named getter, setter and remover above.
+  template <class Sm, class When, auto... Colls>
+  struct Stage {
+    using Reactor = Sm;
+    static bool chosen() { return When::chosen(); }
+    static Vox::Ptr<Sm> createIn(P2mpLfibGenSmManager& manager) {
+      return manager.stageIs<Sm>(manager.*Colls...);
+    }
+  };
+  // Stages 5 to 7 have one variant; stages 1 to 4 two, of which the toggle picks one.
+  struct Always {
+    static bool chosen() { return true; }
+  };
+  template <bool (*Toggle)()>
+  struct Compiled {
+    static bool chosen() { return Toggle(); }
+  };
+  template <bool (*Toggle)()>
+  struct HandWritten {
+    static bool chosen() { return !Toggle(); }
+  };
+  using M = P2mpLfibGenSmManager;
+  using Stages = std::tuple<
+      // 1: routers per address
+      Stage<IpAddrRouterIdInfoSm, HandWritten<toggleMplsFluxInversionEnabled>,
+            &M::p2mpRouterTransportIpAddrInfoColl_, &M::p2mpIpAddrRouterIdInfoColl_>,
+      Stage<IpAddrToRouterIdInfoSm, Compiled<toggleMplsFluxInversionEnabled>,
+            &M::p2mpRouterTransportIpAddrInfoColl_, &M::p2mpIpAddrRouterIdInfoColl_>,
+      // 2: vias per router
+      Stage<RouterNexthopInfoSm, HandWritten<toggleMplsFluxConcatEnabled>,
+            &M::p2mpIpAddrRouterIdInfoColl_, &M::p2mpIpNexthopInfoColl_,
+            &M::p2mpRouterNexthopInfoColl_>,
+      Stage<RouterIdToNexthopInfoSm, Compiled<toggleMplsFluxConcatEnabled>,
+            &M::p2mpIpAddrRouterIdInfoColl_, &M::p2mpIpNexthopInfoColl_,
+            &M::p2mpRouterNexthopInfoColl_>,
+      // 3: router vias per interface
+      Stage<IntfRouterNexthopInfoSm, HandWritten<toggleMplsFluxIntfRouterSmEnabled>,
+            &M::p2mpRouterNexthopInfoColl_, &M::p2mpIntfRouterNexthopInfoColl_>,
+      Stage<IntfToRouterNexthopInfoSm, Compiled<toggleMplsFluxIntfRouterSmEnabled>,
+            &M::p2mpRouterNexthopInfoColl_, &M::p2mpIntfRouterNexthopInfoColl_>,
+      // 4: router vias per hop address, MPLS interfaces only
+      Stage<RouterIpNexthopInfoSm, HandWritten<toggleMplsFluxRouterIpNexthopEnabled>,
+            &M::p2mpIntfRouterNexthopInfoColl_, &M::p2mpMplsIntfColl_,
+            &M::p2mpRouterIpNexthopInfoColl_>,
+      Stage<RouterIdToIpNexthopInfoSm, Compiled<toggleMplsFluxRouterIpNexthopEnabled>,
+            &M::p2mpIntfRouterNexthopInfoColl_, &M::p2mpMplsIntfColl_,
+            &M::p2mpRouterIpNexthopInfoColl_>,
+      // 5: vias leading straight to the peer
+      Stage<RouterFilteredNexthopSm, Always, &M::p2mpRouterIpNexthopInfoColl_,
+            &M::p2mpRouterIntfIpAddrInfoColl_, &M::p2mpRouterFilteredNexthopColl_>,
+      // 6: one via per FEC and router
+      Stage<FecRouterNexthopInfoSm, Always, &M::p2mpPeerLabelBindingTableColl_,
+            &M::p2mpRouterFilteredNexthopColl_, &M::p2mpFecRouterNexthopInfoColl_>,
+      // 7: the p2mp LFIB
+      Stage<LabelForwardingInfoSm, Always, &M::p2mpLocalLabelBindingTable_,
+            &M::p2mpFecRouterLabelInfoColl_, &M::p2mpFecRouterNexthopInfoColl_,
+            &M::p2mpLabelForwardingInfoColl_>>;
+
+  // Applies `f` to every row of the declaration, in order, as `f.template operator()<Row>()`.
+  template <class F>
+  static void forEachRow(F&& f) {
+    [&]<class... Rows>(std::tuple<Rows...>*) {
+      (f.template operator()<Rows>(), ...);
+    }(static_cast<Stages*>(nullptr));
+  }
+
+  template <class Sm>
+  const Vox::Ptr<Sm>& stage() const {
+    return std::get<Vox::Ptr<Sm>>(stages_);
+  }
+  template <class Sm, class... Colls>
+  Vox::Ptr<Sm> stageIs(const Colls&... colls) {
+    Vox::Ptr<Sm>& attribute = std::get<Vox::Ptr<Sm>>(stages_);
+    if (attribute && attribute->constructorArguments() == std::tuple(colls.ptr()...)) {
+      return attribute;
+    }
+    attribute = Sm::create(colls...);
+    attribute->hasNotificationActiveIs(true);
+    return attribute;
+  }
+  template <class Sm>
+  Vox::Ptr<Sm> stageDel() {
+    Vox::Ptr<Sm> removed = std::move(std::get<Vox::Ptr<Sm>>(stages_));
+    std::get<Vox::Ptr<Sm>>(stages_) = nullptr;
+    if (removed) removed->hasNotificationActiveIs(false);
+    return removed;
+  }
+  // Applies `action` to each existing stage reactor, in declaration order.
+  template <class Action>
+  void forEachStage(Action&& action) const {
+    std::apply([&](const auto&... stage) { ((stage ? action(*stage) : void()), ...); }, stages_);
+  }
+
+  // One slot per row of `Stages`, null until the row's reactor is created.
+  template <class>
+  struct SlotsOf;
+  template <class... Rows>
+  struct SlotsOf<std::tuple<Rows...>> {
+    using type = std::tuple<Vox::Ptr<typename Rows::Reactor>...>;
+  };
+  typename SlotsOf<Stages>::type stages_;
 };
 
 // The manager's factory: forwards to `P2mpLfibGenSmManager::P2mpLfibGenSmManagerIs`.
