@@ -24,7 +24,9 @@
 // Destruction: `handleDelete`, then the manager becomes a zombie, then the stage reactors are
 // removed in declaration order (stage 1 first, each with its notifications turned off), then the
 // collections are released in reverse declaration order.
+#include <string_view>
 #include <tuple>
+#include <vector>
 
 #include "platform/mpls/LabelBindingTable.h"
 #include "platform/mpls/LabelBindingTableColl.h"
@@ -267,6 +269,21 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
     return stageDel<LabelForwardingInfoSm>();
   }
 
+  // The stage declaration as text, one entry per row in order: the reactor's qualified name and
+  // when the manager creates it ("always", or "compiled" / "hand-written" as its toggle says).
+  struct DeclaredStage {
+    std::string_view reactor;
+    std::string_view created;
+    bool operator==(const DeclaredStage&) const = default;
+  };
+  static std::vector<DeclaredStage> declaredStages() {
+    std::vector<DeclaredStage> rows;
+    forEachRow([&]<class Row>() {
+      rows.push_back({Row::Reactor::kQualifiedName.view(), Row::kCreated});
+    });
+    return rows;
+  }
+
   // Builds the pipeline: stages upstream first, each chosen by its feature toggle.
   void handleInitialized();
   void handleDelete();
@@ -296,6 +313,7 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   template <class Sm, class When, auto... Colls>
   struct Stage {
     using Reactor = Sm;
+    static constexpr std::string_view kCreated = When::kCreated;
     static bool chosen() { return When::chosen(); }
     static Vox::Ptr<Sm> createIn(P2mpLfibGenSmManager& manager) {
       return manager.stageIs<Sm>(manager.*Colls...);
@@ -303,14 +321,17 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   };
   // Stages 5 to 7 have one variant; stages 1 to 4 two, of which the toggle picks one.
   struct Always {
+    static constexpr std::string_view kCreated = "always";
     static bool chosen() { return true; }
   };
   template <bool (*Toggle)()>
   struct Compiled {
+    static constexpr std::string_view kCreated = "compiled";
     static bool chosen() { return Toggle(); }
   };
   template <bool (*Toggle)()>
   struct HandWritten {
+    static constexpr std::string_view kCreated = "hand-written";
     static bool chosen() { return !Toggle(); }
   };
   using M = P2mpLfibGenSmManager;
