@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
 #include "quill/core/Toggles.h"
 #include "quill/pipeline/PipelineCollections.h"
 #include "tests/support/TraceCapture.h"
@@ -69,11 +71,18 @@ TEST_F(P2mpLfibGenSmManagerTest, ASecondInitializationKeepsEveryReactor) {
   auto manager = colls.managerIs();
   std::vector<Vox::Reactor*> before;
   manager->hasNotificationActiveIs(true);
+  // Every stage attribute, both variants of stages 1 to 4: the one not chosen stays null.
   const auto collect = [&](std::vector<Vox::Reactor*>& into) {
-    into = {stage1(*manager), manager->routerFilteredNexthopSm().ptr(),
-            manager->fecRouterNexthopInfoSm().ptr(), manager->labelForwardingInfoSm().ptr()};
+    const auto& m = *manager;
+    into = {m.ipAddrRouterIdInfoSm().ptr(),    m.ipAddrToRouterIdInfoSm().ptr(),
+            m.routerNexthopInfoSm().ptr(),     m.routerIdToNexthopInfoSm().ptr(),
+            m.intfRouterNexthopInfoSm().ptr(), m.intfToRouterNexthopInfoSm().ptr(),
+            m.routerIpNexthopInfoSm().ptr(),   m.routerIdToIpNexthopInfoSm().ptr(),
+            m.routerFilteredNexthopSm().ptr(), m.fecRouterNexthopInfoSm().ptr(),
+            m.labelForwardingInfoSm().ptr()};
   };
   collect(before);
+  EXPECT_EQ(std::count(before.begin(), before.end(), nullptr), 4);  // one variant of stages 1-4
   manager->handleInitialized();
   std::vector<Vox::Reactor*> after;
   collect(after);
