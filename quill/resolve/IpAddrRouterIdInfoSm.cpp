@@ -19,7 +19,9 @@ void IpAddrRouterIdInfoSm::handleRouterIpAddr(const RouterId& routerId,
                                               const Vela::IpGenAddr& ipAddr) {
   if (!initialized()) return;
   QUILL_TRACE_FUNC(routerId, ipAddr);
-  const auto router = routerIpAddrInfoColl_->routerIpAddr(routerId);
+  // Without an input collection no router is present, so the sweep withdraws every pair.
+  const auto router =
+      routerIpAddrInfoColl_ ? routerIpAddrInfoColl_->routerIpAddr(routerId) : nullptr;
   if (router && router->ipAddr(ipAddr)) {
     VOX_TRACE(traceHandle(), 9, "Adding ipAddr to routerId " << ipAddr << routerId << " ");
     ipAddrRouterIdInfoColl_->ipAddrRouterIdIs(ipAddr)->routerIdIs(routerId);

@@ -34,6 +34,14 @@ class IpAddrRouterIdInfoSmTest : public ::testing::Test {
   Vox::Ptr<Mpls::IpAddrRouterIdInfoSm> sm;
 };
 
+// With no input collection nothing backs the pairs a previous instance left: the sweep removes
+// them instead of reading the missing input.
+TEST_F(IpAddrRouterIdInfoSmTest, WithoutAnInputTheSweepEmptiesALeftOverOutput) {
+  out->ipAddrRouterIdIs(v<IpGenAddr>("10.0.0.1"))->routerIdIs(v<RouterId>("2.2.2.2:0"));
+  sm = Mpls::ipAddrRouterIdInfoSmFactory(nullptr, out);
+  EXPECT_TRUE(output().empty());
+}
+
 TEST_F(IpAddrRouterIdInfoSmTest, SharedAddressKeepsItsEntryUntilTheLastRouterGoes) {
   start();
   QuillTest::TraceCapture trace("QuillIpAddrRouterIdInfoSm/9");
