@@ -62,6 +62,32 @@ TEST_F(RouterFilteredNexthopSmTest, OnlyViasUnderTheRoutersOwnAddressesSurvive) 
   EXPECT_EQ(out->routerNexthops(), 0u);
 }
 
+// Entries removed whole, with their members still in them, withdraw what they justified at once:
+// a router's interface addresses, a router's hops, and one hop address of a router.
+TEST_F(RouterFilteredNexthopSmTest, WholeEntriesRemovedFromEitherInputWithdrawTheirVias) {
+  const RouterId r2 = v<RouterId>("2.2.2.2:0");
+  const auto fill = [&] {
+    addr("2.2.2.2:0", "10.1.1.2");
+    addr("2.2.2.2:0", "10.1.2.2");
+    hop("2.2.2.2:0", "10.1.1.2-Ethernet1");
+    hop("2.2.2.2:0", "10.1.2.2-Ethernet2");
+  };
+  const Lines both{"2.2.2.2:0 10.1.1.2-Ethernet1 10.1.1.2",
+                   "2.2.2.2:0 10.1.2.2-Ethernet2 10.1.2.2"};
+  start();
+  fill();
+  EXPECT_EQ(output(), both);
+  addrs->routerIpAddrDel(r2);
+  EXPECT_EQ(out->routerNexthops(), 0u);
+  fill();
+  hops->routerIpNexthopDel(r2);
+  EXPECT_EQ(out->routerNexthops(), 0u);
+  fill();
+  EXPECT_EQ(output(), both);
+  hops->routerIpNexthop(r2)->ipNexthopInfoDel(v<IpGenAddr>("10.1.1.2"));
+  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.2.2-Ethernet2 10.1.2.2"}));
+}
+
 TEST_F(RouterFilteredNexthopSmTest, InitializationRebuildsAndWholeRemovalsWaitWhileDeleted) {
   addr("2.2.2.2:0", "10.1.1.2");
   hop("2.2.2.2:0", "10.1.1.2-Ethernet1");
