@@ -3,10 +3,12 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <string>
 #include <vector>
 
 #include "tests/support/Contents.h"
 #include "tests/support/JustifiedVias.h"
+#include "tests/support/TraceCapture.h"
 #include "tests/support/Values.h"
 
 namespace {
@@ -86,6 +88,20 @@ TEST_F(RouterFilteredNexthopSmTest, WholeEntriesRemovedFromEitherInputWithdrawTh
   EXPECT_EQ(output(), both);
   hops->routerIpNexthop(r2)->ipNexthopInfoDel(v<IpGenAddr>("10.1.1.2"));
   EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.2.2-Ethernet2 10.1.2.2"}));
+}
+
+// Function records trace a router id as its fields joined by "_" and a via as hop and interface
+// joined by "-", so that a record splits into blank-separated arguments.
+TEST_F(RouterFilteredNexthopSmTest, FunctionRecordsUseTheTraceFormsOfRouterAndVia) {
+  start();
+  QuillTest::TraceCapture trace("QuillRouterFilteredNexthopSm/8");
+  addr("2.2.2.2:7", "10.1.1.2");
+  hop("2.2.2.2:7", "10.1.1.2-Ethernet1");
+  EXPECT_EQ(trace.messages(),
+            (std::vector<std::string>{
+                "Mpls::RouterFilteredNexthopSm::handleRouterIpAddr() 2.2.2.2_7 10.1.1.2",
+                "Mpls::RouterFilteredNexthopSm::processRouterIpVia() 2.2.2.2_7 10.1.1.2 "
+                "10.1.1.2-Ethernet1"}));
 }
 
 TEST_F(RouterFilteredNexthopSmTest, InitializationRebuildsAndWholeRemovalsWaitWhileDeleted) {
