@@ -107,6 +107,9 @@ class Entity : public PtrInterface, public TrackedObject<MemoryKind::kEntity> {
 
   // Observers currently on the list.
   std::size_t notifiees() const;
+  // The observers themselves, in the order they were added (read-only: observers hook and unhook
+  // themselves).
+  const NotifieeList& notifieeList() const { return notifiees_; }
 
   // Announces a change of `attr` at `key` to every observer. For attribute implementations.
   void notifyAttribute(const AttributeInfo& attr, const void* key) const {

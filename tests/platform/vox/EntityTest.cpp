@@ -329,10 +329,17 @@ TEST(ObserverListTest, AListBackToOneObserverOutsideADeliveryGivesItsArrayBack) 
   }
   EXPECT_EQ(coll->notifiees(), 2u);
   EXPECT_GT(listBytes(), 0);
+  const Vox::NotifieeList& list = coll->notifieeList();
+  ASSERT_FALSE(list.inlined());
+  ASSERT_EQ(list.arraySlots(), 2u);
+  EXPECT_EQ(list.arraySlot(0), recorders[1].get());
+  EXPECT_EQ(list.arraySlot(1), recorders[3].get());
   coll->flagIs({1});
   recorders[1]->unhook();
   EXPECT_EQ(coll->notifiees(), 1u);
   EXPECT_EQ(listBytes(), 0);
+  EXPECT_TRUE(list.inlined());
+  EXPECT_EQ(list.single(), recorders[3].get());
   coll->flagIs({2});
   EXPECT_EQ(recorders[1]->events, (Events{"flag:1"}));
   EXPECT_EQ(recorders[3]->events, (Events{"flag:1", "flag:2"}));
