@@ -50,9 +50,10 @@ class IraNexthopConfigSm : public Quill::StageReactor<IraNexthopConfigSm> {
   Vox::Ptr<Routing::NexthopVrfConfig> nexthopConfig_;
   // Only additions and removals of whole address entries reach it; router changes within an
   // entry do not matter here.
-  Vox::KeyObserver<IpAddrRouterIdInfoColl::ipAddrRouterIdAttribute,
-                   &IraNexthopConfigSm::handleIpAddr>
-      voxIpAddrRouterIdInfoColl_{*this};
+  using VoxIpAddrRouterIdInfoColl =
+      Vox::KeyObserver<IpAddrRouterIdInfoColl::ipAddrRouterIdAttribute,
+                       &IraNexthopConfigSm::handleIpAddr>;
+  VoxIpAddrRouterIdInfoColl voxIpAddrRouterIdInfoColl_{*this};
 };
 
 }  // namespace Mpls

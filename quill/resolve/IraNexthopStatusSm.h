@@ -62,9 +62,9 @@ class IraNexthopStatusSm : public Quill::StageReactor<IraNexthopStatusSm> {
   Vox::Ptr<const Brisk::Fib::ForwardingStatus> forwardingStatus_;
   Vox::Ptr<IpNexthopInfoColl> ipNexthopInfoColl_;
   bool draining_ = false;
-  Vox::KeyObserver<Routing::NexthopBacklog::backlogAttribute,
-                   &IraNexthopStatusSm::handleNexthopBacklog>
-      voxNexthopBacklog_{*this};
+  using VoxNexthopBacklog = Vox::KeyObserver<Routing::NexthopBacklog::backlogAttribute,
+                                             &IraNexthopStatusSm::handleNexthopBacklog>;
+  VoxNexthopBacklog voxNexthopBacklog_{*this};
 };
 
 Vox::Ptr<IraNexthopStatusSm> iraNexthopStatusSmFactory(
