@@ -75,4 +75,11 @@ class IntfToRouterNexthopInfoSm
   Vox::Ptr<RouterNexthopSm0> routerNexthopSm0_;
 };
 
+// The reactor's factory: forwards to `IntfToRouterNexthopInfoSm::IntfToRouterNexthopInfoSmIs`.
+inline Vox::Ptr<IntfToRouterNexthopInfoSm> intfToRouterNexthopInfoSmFactory(
+    const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopColl,
+    const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterColl) {
+  return IntfToRouterNexthopInfoSm::IntfToRouterNexthopInfoSmIs(routerNexthopColl, intfRouterColl);
+}
+
 }  // namespace Mpls

@@ -78,4 +78,11 @@ class IpAddrToRouterIdInfoSm
   Vox::Ptr<RouterIpAddrSm0> routerIpAddrSm0_;
 };
 
+// The reactor's factory: forwards to `IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs`.
+inline Vox::Ptr<IpAddrToRouterIdInfoSm> ipAddrToRouterIdInfoSmFactory(
+    const Vox::Ptr<const RouterIpAddrInfoColl>& routers,
+    const Vox::Ptr<IpAddrRouterIdInfoColl>& addrs) {
+  return IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(routers, addrs);
+}
+
 }  // namespace Mpls

@@ -95,4 +95,13 @@ class RouterIdToIpNexthopInfoSm
   Vox::Ptr<IntfIdSm3> intfIdSm3_;
 };
 
+// The reactor's factory: forwards to `RouterIdToIpNexthopInfoSm::RouterIdToIpNexthopInfoSmIs`.
+inline Vox::Ptr<RouterIdToIpNexthopInfoSm> routerIdToIpNexthopInfoSmFactory(
+    const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterColl,
+    const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
+    const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthop) {
+  return RouterIdToIpNexthopInfoSm::RouterIdToIpNexthopInfoSmIs(intfRouterColl, mplsIntfColl,
+                                                                routerIpNexthop);
+}
+
 }  // namespace Mpls

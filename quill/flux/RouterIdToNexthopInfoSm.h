@@ -119,4 +119,12 @@ class RouterIdToNexthopInfoSm
   Vox::Ptr<IpNexthopSm2> ipNexthopSm2_;
 };
 
+// The reactor's factory: forwards to `RouterIdToNexthopInfoSm::RouterIdToNexthopInfoSmIs`.
+inline Vox::Ptr<RouterIdToNexthopInfoSm> routerIdToNexthopInfoSmFactory(
+    const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipRouter,
+    const Vox::Ptr<const IpNexthopInfoColl>& ipNexthop,
+    const Vox::Ptr<RouterNexthopInfoColl>& routerNexthop) {
+  return RouterIdToNexthopInfoSm::RouterIdToNexthopInfoSmIs(ipRouter, ipNexthop, routerNexthop);
+}
+
 }  // namespace Mpls

@@ -111,4 +111,13 @@ class FecRouterNexthopInfoSm : public Quill::StageReactor<FecRouterNexthopInfoSm
       voxRouterNexthopInfoColl_{*this, routerNexthop_};
 };
 
+// The reactor's factory: forwards to `FecRouterNexthopInfoSm::FecRouterNexthopInfoSmIs`.
+inline Vox::Ptr<FecRouterNexthopInfoSm> fecRouterNexthopInfoSmFactory(
+    const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl,
+    const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
+    const Vox::Ptr<FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl) {
+  return FecRouterNexthopInfoSm::FecRouterNexthopInfoSmIs(
+      labelBindingTableColl, routerNexthopInfoColl, fecRouterNexthopInfoColl);
+}
+
 }  // namespace Mpls

@@ -81,4 +81,10 @@ class LabelBindingTableNotifierSm : public Quill::StageReactor<LabelBindingTable
   VoxLabelBindingTable voxLabelBindingTable_{*this};
 };
 
+// The reactor's factory: forwards to `LabelBindingTableNotifierSm::LabelBindingTableNotifierSmIs`.
+inline Vox::Ptr<LabelBindingTableNotifierSm> labelBindingTableNotifierSmFactory(
+    const Vox::Ptr<const LabelBindingTable>& labelBindingTable) {
+  return LabelBindingTableNotifierSm::LabelBindingTableNotifierSmIs(labelBindingTable);
+}
+
 }  // namespace Mpls

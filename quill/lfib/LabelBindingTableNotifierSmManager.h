@@ -44,4 +44,13 @@ class LabelBindingTableNotifierSmManager
       voxLabelBindingTableColl_{*this};
 };
 
+// The reactor's factory: forwards to
+// `LabelBindingTableNotifierSmManager::LabelBindingTableNotifierSmManagerIs`.
+inline Vox::Ptr<LabelBindingTableNotifierSmManager> labelBindingTableNotifierSmManagerFactory(
+    const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl,
+    const Vox::Ptr<LabelBindingTableNotifierSmColl>& labelBindingTableNotifierSmColl) {
+  return LabelBindingTableNotifierSmManager::LabelBindingTableNotifierSmManagerIs(
+      labelBindingTableColl, labelBindingTableNotifierSmColl);
+}
+
 }  // namespace Mpls

@@ -134,4 +134,15 @@ class LabelForwardingInfoSm : public Quill::StageReactor<LabelForwardingInfoSm> 
       voxFecRouterNexthopInfoColl_{*this, fecRouterNexthop_};
 };
 
+// The reactor's factory: forwards to `LabelForwardingInfoSm::LabelForwardingInfoSmIs`.
+inline Vox::Ptr<LabelForwardingInfoSm> labelForwardingInfoSmFactory(
+    const Vox::Ptr<const LabelBindingTable>& localLabelBindingTable,
+    const Vox::Ptr<const FecRouterLabelInfoColl>& fecRouterLabelInfoColl,
+    const Vox::Ptr<const FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl,
+    const Vox::Ptr<LabelForwardingInfoColl>& labelForwardingInfoColl) {
+  return LabelForwardingInfoSm::LabelForwardingInfoSmIs(
+      localLabelBindingTable, fecRouterLabelInfoColl, fecRouterNexthopInfoColl,
+      labelForwardingInfoColl);
+}
+
 }  // namespace Mpls

@@ -59,4 +59,12 @@ class IntfRouterNexthopInfoSm : public Quill::StageReactor<IntfRouterNexthopInfo
       voxRouterNexthopInfoColl_{*this, routerNexthop_};
 };
 
+// The reactor's factory: forwards to `IntfRouterNexthopInfoSm::IntfRouterNexthopInfoSmIs`.
+inline Vox::Ptr<IntfRouterNexthopInfoSm> intfRouterNexthopInfoSmFactory(
+    const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
+    const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl) {
+  return IntfRouterNexthopInfoSm::IntfRouterNexthopInfoSmIs(routerNexthopInfoColl,
+                                                            intfRouterNexthopInfoColl);
+}
+
 }  // namespace Mpls

@@ -84,4 +84,13 @@ class RouterIpNexthopInfoSm : public Quill::StageReactor<RouterIpNexthopInfoSm> 
       voxMplsIntfColl_{*this};
 };
 
+// The reactor's factory: forwards to `RouterIpNexthopInfoSm::RouterIpNexthopInfoSmIs`.
+inline Vox::Ptr<RouterIpNexthopInfoSm> routerIpNexthopInfoSmFactory(
+    const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
+    const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
+    const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl) {
+  return RouterIpNexthopInfoSm::RouterIpNexthopInfoSmIs(intfRouterNexthopInfoColl, mplsIntfColl,
+                                                        routerIpNexthopInfoColl);
+}
+
 }  // namespace Mpls

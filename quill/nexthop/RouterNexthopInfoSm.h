@@ -85,4 +85,13 @@ class RouterNexthopInfoSm : public Quill::StageReactor<RouterNexthopInfoSm> {
       voxIpNexthopInfoColl_{*this, ipNexthop_};
 };
 
+// The reactor's factory: forwards to `RouterNexthopInfoSm::RouterNexthopInfoSmIs`.
+inline Vox::Ptr<RouterNexthopInfoSm> routerNexthopInfoSmFactory(
+    const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
+    const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl,
+    const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
+  return RouterNexthopInfoSm::RouterNexthopInfoSmIs(ipAddrRouterIdInfoColl, ipNexthopInfoColl,
+                                                    routerNexthopInfoColl);
+}
+
 }  // namespace Mpls

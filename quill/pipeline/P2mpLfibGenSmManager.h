@@ -167,73 +167,75 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSmIs(
       const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
       const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl) {
-    return stageIs<IpAddrRouterIdInfoSm>(routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
+    return stageIs(ipAddrRouterIdInfoSmFactory, routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
   }
   Vox::Ptr<IpAddrToRouterIdInfoSm> ipAddrToRouterIdInfoSmIs(
       const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
       const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl) {
-    return stageIs<IpAddrToRouterIdInfoSm>(routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
+    return stageIs(ipAddrToRouterIdInfoSmFactory, routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
   }
   Vox::Ptr<RouterNexthopInfoSm> routerNexthopInfoSmIs(
       const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
       const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl,
       const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
-    return stageIs<RouterNexthopInfoSm>(ipAddrRouterIdInfoColl, ipNexthopInfoColl,
-                                        routerNexthopInfoColl);
+    return stageIs(routerNexthopInfoSmFactory, ipAddrRouterIdInfoColl, ipNexthopInfoColl,
+                   routerNexthopInfoColl);
   }
   Vox::Ptr<RouterIdToNexthopInfoSm> routerIdToNexthopInfoSmIs(
       const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
       const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl,
       const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
-    return stageIs<RouterIdToNexthopInfoSm>(ipAddrRouterIdInfoColl, ipNexthopInfoColl,
-                                            routerNexthopInfoColl);
+    return stageIs(routerIdToNexthopInfoSmFactory, ipAddrRouterIdInfoColl, ipNexthopInfoColl,
+                   routerNexthopInfoColl);
   }
   Vox::Ptr<IntfRouterNexthopInfoSm> intfRouterNexthopInfoSmIs(
       const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
       const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl) {
-    return stageIs<IntfRouterNexthopInfoSm>(routerNexthopInfoColl, intfRouterNexthopInfoColl);
+    return stageIs(intfRouterNexthopInfoSmFactory, routerNexthopInfoColl,
+                   intfRouterNexthopInfoColl);
   }
   Vox::Ptr<IntfToRouterNexthopInfoSm> intfToRouterNexthopInfoSmIs(
       const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
       const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl) {
-    return stageIs<IntfToRouterNexthopInfoSm>(routerNexthopInfoColl, intfRouterNexthopInfoColl);
+    return stageIs(intfToRouterNexthopInfoSmFactory, routerNexthopInfoColl,
+                   intfRouterNexthopInfoColl);
   }
   Vox::Ptr<RouterIpNexthopInfoSm> routerIpNexthopInfoSmIs(
       const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
       const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
       const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl) {
-    return stageIs<RouterIpNexthopInfoSm>(intfRouterNexthopInfoColl, mplsIntfColl,
-                                          routerIpNexthopInfoColl);
+    return stageIs(routerIpNexthopInfoSmFactory, intfRouterNexthopInfoColl, mplsIntfColl,
+                   routerIpNexthopInfoColl);
   }
 
   Vox::Ptr<RouterIdToIpNexthopInfoSm> routerIdToIpNexthopInfoSmIs(
       const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
       const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
       const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl) {
-    return stageIs<RouterIdToIpNexthopInfoSm>(intfRouterNexthopInfoColl, mplsIntfColl,
-                                              routerIpNexthopInfoColl);
+    return stageIs(routerIdToIpNexthopInfoSmFactory, intfRouterNexthopInfoColl, mplsIntfColl,
+                   routerIpNexthopInfoColl);
   }
   Vox::Ptr<RouterFilteredNexthopSm> routerFilteredNexthopSmIs(
       const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl,
       const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
       const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
-    return stageIs<RouterFilteredNexthopSm>(routerIpNexthopInfoColl, routerIpAddrInfoColl,
-                                            routerNexthopInfoColl);
+    return stageIs(routerFilteredNexthopSmFactory, routerIpNexthopInfoColl, routerIpAddrInfoColl,
+                   routerNexthopInfoColl);
   }
   Vox::Ptr<FecRouterNexthopInfoSm> fecRouterNexthopInfoSmIs(
       const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl,
       const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
       const Vox::Ptr<FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl) {
-    return stageIs<FecRouterNexthopInfoSm>(labelBindingTableColl, routerNexthopInfoColl,
-                                           fecRouterNexthopInfoColl);
+    return stageIs(fecRouterNexthopInfoSmFactory, labelBindingTableColl, routerNexthopInfoColl,
+                   fecRouterNexthopInfoColl);
   }
   Vox::Ptr<LabelForwardingInfoSm> labelForwardingInfoSmIs(
       const Vox::Ptr<const LabelBindingTable>& localLabelBindingTable,
       const Vox::Ptr<const FecRouterLabelInfoColl>& fecRouterLabelInfoColl,
       const Vox::Ptr<const FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl,
       const Vox::Ptr<LabelForwardingInfoColl>& labelForwardingInfoColl) {
-    return stageIs<LabelForwardingInfoSm>(localLabelBindingTable, fecRouterLabelInfoColl,
-                                          fecRouterNexthopInfoColl, labelForwardingInfoColl);
+    return stageIs(labelForwardingInfoSmFactory, localLabelBindingTable, fecRouterLabelInfoColl,
+                   fecRouterNexthopInfoColl, labelForwardingInfoColl);
   }
 
   // Stage removers: null the attribute, turn the reactor's notifications off and hand it over.
@@ -306,17 +308,25 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   Vox::Ptr<RouterNexthopInfoColl> p2mpRouterFilteredNexthopColl_;
   Vox::Ptr<FecRouterNexthopInfoColl> p2mpFecRouterNexthopInfoColl_;
   Vox::Ptr<LabelForwardingInfoColl> p2mpLabelForwardingInfoColl_;
-  // The pipeline, declared once: every stage reactor in pipeline order, the manager's collections
-  // it is built over (inputs first, its output last) and when the manager creates it. Creation,
+  // The pipeline, declared once: every stage reactor in pipeline order, when the manager creates
+  // it, its factory and the manager's collections it is built over. Creation,
   // iteration, switching and removal all follow this list; adding a stage is one row here, its
   // reactor's own files and its named getter, setter and remover above.
-  template <class Sm, class When, auto... Colls>
+  template <class>
+  struct FactoryReactor;
+  template <class Sm, class... Params>
+  struct FactoryReactor<Vox::Ptr<Sm> (*)(Params...)> {
+    using type = Sm;
+  };
+  // A row: when the stage is created, the factory that creates it, and the collections it is
+  // handed (inputs first, its output last).
+  template <class When, auto Factory, auto... Colls>
   struct Stage {
-    using Reactor = Sm;
+    using Reactor = typename FactoryReactor<decltype(Factory)>::type;
     static constexpr std::string_view kCreated = When::kCreated;
     static bool chosen() { return When::chosen(); }
-    static Vox::Ptr<Sm> createIn(P2mpLfibGenSmManager& manager) {
-      return manager.stageIs<Sm>(manager.*Colls...);
+    static void createIn(P2mpLfibGenSmManager& manager) {
+      manager.stageIs(Factory, manager.*Colls...);
     }
   };
   // Stages 5 to 7 have one variant; stages 1 to 4 two, of which the toggle picks one.
@@ -337,37 +347,37 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   using M = P2mpLfibGenSmManager;
   using Stages = std::tuple<
       // 1: routers per address
-      Stage<IpAddrRouterIdInfoSm, HandWritten<toggleMplsFluxInversionEnabled>,
+      Stage<HandWritten<toggleMplsFluxInversionEnabled>, ipAddrRouterIdInfoSmFactory,
             &M::p2mpRouterTransportIpAddrInfoColl_, &M::p2mpIpAddrRouterIdInfoColl_>,
-      Stage<IpAddrToRouterIdInfoSm, Compiled<toggleMplsFluxInversionEnabled>,
+      Stage<Compiled<toggleMplsFluxInversionEnabled>, ipAddrToRouterIdInfoSmFactory,
             &M::p2mpRouterTransportIpAddrInfoColl_, &M::p2mpIpAddrRouterIdInfoColl_>,
       // 2: vias per router
-      Stage<RouterNexthopInfoSm, HandWritten<toggleMplsFluxConcatEnabled>,
+      Stage<HandWritten<toggleMplsFluxConcatEnabled>, routerNexthopInfoSmFactory,
             &M::p2mpIpAddrRouterIdInfoColl_, &M::p2mpIpNexthopInfoColl_,
             &M::p2mpRouterNexthopInfoColl_>,
-      Stage<RouterIdToNexthopInfoSm, Compiled<toggleMplsFluxConcatEnabled>,
+      Stage<Compiled<toggleMplsFluxConcatEnabled>, routerIdToNexthopInfoSmFactory,
             &M::p2mpIpAddrRouterIdInfoColl_, &M::p2mpIpNexthopInfoColl_,
             &M::p2mpRouterNexthopInfoColl_>,
       // 3: router vias per interface
-      Stage<IntfRouterNexthopInfoSm, HandWritten<toggleMplsFluxIntfRouterSmEnabled>,
+      Stage<HandWritten<toggleMplsFluxIntfRouterSmEnabled>, intfRouterNexthopInfoSmFactory,
             &M::p2mpRouterNexthopInfoColl_, &M::p2mpIntfRouterNexthopInfoColl_>,
-      Stage<IntfToRouterNexthopInfoSm, Compiled<toggleMplsFluxIntfRouterSmEnabled>,
+      Stage<Compiled<toggleMplsFluxIntfRouterSmEnabled>, intfToRouterNexthopInfoSmFactory,
             &M::p2mpRouterNexthopInfoColl_, &M::p2mpIntfRouterNexthopInfoColl_>,
       // 4: router vias per hop address, MPLS interfaces only
-      Stage<RouterIpNexthopInfoSm, HandWritten<toggleMplsFluxRouterIpNexthopEnabled>,
+      Stage<HandWritten<toggleMplsFluxRouterIpNexthopEnabled>, routerIpNexthopInfoSmFactory,
             &M::p2mpIntfRouterNexthopInfoColl_, &M::p2mpMplsIntfColl_,
             &M::p2mpRouterIpNexthopInfoColl_>,
-      Stage<RouterIdToIpNexthopInfoSm, Compiled<toggleMplsFluxRouterIpNexthopEnabled>,
+      Stage<Compiled<toggleMplsFluxRouterIpNexthopEnabled>, routerIdToIpNexthopInfoSmFactory,
             &M::p2mpIntfRouterNexthopInfoColl_, &M::p2mpMplsIntfColl_,
             &M::p2mpRouterIpNexthopInfoColl_>,
       // 5: vias leading straight to the peer
-      Stage<RouterFilteredNexthopSm, Always, &M::p2mpRouterIpNexthopInfoColl_,
+      Stage<Always, routerFilteredNexthopSmFactory, &M::p2mpRouterIpNexthopInfoColl_,
             &M::p2mpRouterIntfIpAddrInfoColl_, &M::p2mpRouterFilteredNexthopColl_>,
       // 6: one via per FEC and router
-      Stage<FecRouterNexthopInfoSm, Always, &M::p2mpPeerLabelBindingTableColl_,
+      Stage<Always, fecRouterNexthopInfoSmFactory, &M::p2mpPeerLabelBindingTableColl_,
             &M::p2mpRouterFilteredNexthopColl_, &M::p2mpFecRouterNexthopInfoColl_>,
       // 7: the p2mp LFIB
-      Stage<LabelForwardingInfoSm, Always, &M::p2mpLocalLabelBindingTable_,
+      Stage<Always, labelForwardingInfoSmFactory, &M::p2mpLocalLabelBindingTable_,
             &M::p2mpFecRouterLabelInfoColl_, &M::p2mpFecRouterNexthopInfoColl_,
             &M::p2mpLabelForwardingInfoColl_>>;
 
@@ -383,13 +393,15 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
   const Vox::Ptr<Sm>& stage() const {
     return std::get<Vox::Ptr<Sm>>(stages_);
   }
-  template <class Sm, class... Colls>
-  Vox::Ptr<Sm> stageIs(const Colls&... colls) {
+  // Keeps the stage's reactor when it was built over the very same collections, else creates it
+  // through its factory.
+  template <class Sm, class... Params, class... Colls>
+  Vox::Ptr<Sm> stageIs(Vox::Ptr<Sm> (*factory)(Params...), const Colls&... colls) {
     Vox::Ptr<Sm>& attribute = std::get<Vox::Ptr<Sm>>(stages_);
     if (attribute && attribute->constructorArguments() == std::tuple(colls.ptr()...)) {
       return attribute;
     }
-    attribute = Sm::create(colls...);
+    attribute = factory(colls...);
     attribute->hasNotificationActiveIs(true);
     return attribute;
   }

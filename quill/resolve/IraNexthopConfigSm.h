@@ -56,4 +56,11 @@ class IraNexthopConfigSm : public Quill::StageReactor<IraNexthopConfigSm> {
   VoxIpAddrRouterIdInfoColl voxIpAddrRouterIdInfoColl_{*this};
 };
 
+// The reactor's factory: forwards to `IraNexthopConfigSm::IraNexthopConfigSmIs`.
+inline Vox::Ptr<IraNexthopConfigSm> iraNexthopConfigSmFactory(
+    const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
+    const Vox::Ptr<Routing::NexthopVrfConfig>& nexthopConfig) {
+  return IraNexthopConfigSm::IraNexthopConfigSmIs(ipAddrRouterIdInfoColl, nexthopConfig);
+}
+
 }  // namespace Mpls
