@@ -19,6 +19,7 @@
 //                                a child of the owner, has its notifications turned on, is
 //                                inserted, and then observers of x are notified with the key
 //     void xDel(key)             unhooks the member from its parent, removes it, notifies
+//                                (`onMemberRemoved`, with the member, for observers that want it)
 //     void xDelAll()
 //
 //   VOX_VALUE_MAP_ATTRIBUTE(Owner, x, Key, Value)  // keys mapped to plain values
@@ -144,7 +145,7 @@ class EntityCollAttribute {
     const Key removed = key;
     member->parentIs(nullptr);
     table_.erase(removed);
-    owner.notifyAttribute(info, &removed);
+    owner.notifyMemberRemoved(info, &removed, *member);
   }
   void eraseAll(Entity& owner, const AttributeInfo& info) {
     for (auto it = table_.begin(); it != table_.end(); ++it)

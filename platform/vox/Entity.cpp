@@ -98,7 +98,8 @@ std::size_t Entity::notifiees() const {
   return notifiees_.count();
 }
 
-void Entity::deliver(const AttributeInfo& attr, const void* key) const {
+template <class Call>
+void Entity::deliverEach(Call&& call) const {
   // Keep the entity alive across the delivery: an observer may drop the last reference to it.
   // An entity that nothing references yet (under construction) has nothing to keep alive.
   const Ptr<const Entity> keepAlive(references() > 0 ? this : nullptr);
@@ -121,7 +122,7 @@ void Entity::deliver(const AttributeInfo& attr, const void* key) const {
   if (notifiees_.inlined()) {
     // One observer: whatever it adds or removes, no later slot is left to visit.
     NotifieeBase* notifiee = notifiees_.single();
-    if (notifiee->wantsNotification()) notifiee->onAttribute(attr, key);
+    if (notifiee->wantsNotification()) call(*notifiee);
     return;
   }
   // The array stays an array while any delivery is in progress (removals only null slots out,
@@ -129,15 +130,48 @@ void Entity::deliver(const AttributeInfo& attr, const void* key) const {
   const std::size_t count = notifiees_.arraySlots();
   for (std::size_t i = 0; i < count; ++i) {
     NotifieeBase* notifiee = notifiees_.arraySlot(i);
-    if (notifiee && notifiee->wantsNotification()) notifiee->onAttribute(attr, key);
+    if (notifiee && notifiee->wantsNotification()) call(*notifiee);
   }
+}
+
+void Entity::deliver(const AttributeInfo& attr, const void* key, const Entity* removed) const {
+  // A member stays alive until its parent's followers have heard too, even if one of its own
+  // observers drops the last reference to it.
+  const Ptr<const Entity> keepAlive(parent_ && references() > 0 ? this : nullptr);
+  if (!notifiees_.empty()) {
+    if (removed) {
+      deliverEach([&](NotifieeBase& n) { n.onMemberRemoved(attr, key, *removed); });
+    } else {
+      deliverEach([&](NotifieeBase& n) { n.onAttribute(attr, key); });
+    }
+  }
+  // Read afresh: an observer may have taken this entity out of its parent, after which the
+  // parent's followers no longer hear of it.
+  const Entity* parent = parent_;
+  if (parent && parent->memberFollowers_ > 0 && parent->hasNotificationActive_) {
+    parent->deliverEach([&](NotifieeBase& n) {
+      if (n.followsMembers()) n.onMemberAttribute(*this, attr, key);
+    });
+  }
+}
+
+void Entity::notifyMemberRemoved(const AttributeInfo& attr, const void* key,
+                                 const Entity& removed) const {
+  if (!hasNotificationActive_) return;
+  if (notifiees_.empty() && !(parent_ && parent_->memberFollowers_ > 0)) return;
+  deliver(attr, key, &removed);
 }
 
 void Entity::notifieeIs(NotifieeBase* notifiee) const {
   notifiees_.add(notifiee);
+  if (notifiee->followsMembers()) {
+    assert(memberFollowers_ < UINT8_MAX && "too many observers follow one entity's members");
+    ++memberFollowers_;
+  }
 }
 
 void Entity::notifieeDel(NotifieeBase* notifiee) const {
+  if (notifiee->followsMembers()) --memberFollowers_;
   if (notifiees_.remove(notifiee, deliveryDepth_ > 0)) compactPending_ = true;
 }
 

@@ -29,6 +29,16 @@
 // An observer receives notifications only while it is hooked, its notifications are active and
 // it is not flagged for deletion. An entity delivers only while its own notifications are active
 // (collections turn that on for members they create; factories for free-standing entities).
+//
+// Following members. An observer that says so at construction (`followsMembersIs(true)`, before
+// it hooks) also hears, through `onMemberAttribute(member, attr, key)`, every change of every
+// entity that its notifier holds in an entity-collection attribute, for as long as the member is
+// held there: one observer of a FEC's entry then follows each of its routers' label sets without
+// an observer per router. When a member is removed, `onMemberRemoved(attr, key, member)` is
+// called instead of `onAttribute`, with the member that just left (still alive, still holding
+// what it held), so that what it contributed can be withdrawn. Member changes reach the parent's
+// followers after the member's own observers, under the same rules.
+#include <cassert>
 #include <cstddef>
 #include <cstdint>
 #include <string>
@@ -111,11 +121,16 @@ class Entity : public PtrInterface, public TrackedObject<MemoryKind::kEntity> {
   // themselves).
   const NotifieeList& notifieeList() const { return notifiees_; }
 
-  // Announces a change of `attr` at `key` to every observer. For attribute implementations.
+  // Announces a change of `attr` at `key` to every observer, and to the followers of the entity
+  // that holds this one. For attribute implementations.
   void notifyAttribute(const AttributeInfo& attr, const void* key) const {
-    if (!hasNotificationActive_ || notifiees_.empty()) return;
+    if (!hasNotificationActive_) return;
+    if (notifiees_.empty() && !(parent_ && parent_->memberFollowers_ > 0)) return;
     deliver(attr, key);
   }
+  // Announces that the member `removed`, held under `key` of entity-collection attribute `attr`,
+  // has just been removed. For attribute implementations.
+  void notifyMemberRemoved(const AttributeInfo& attr, const void* key, const Entity& removed) const;
 
  protected:
   Entity() = default;
@@ -123,15 +138,22 @@ class Entity : public PtrInterface, public TrackedObject<MemoryKind::kEntity> {
 
  private:
   friend class NotifieeBase;
-  void deliver(const AttributeInfo& attr, const void* key) const;
+  // To the observers (`onAttribute`, or `onMemberRemoved` when `removed` is given), then to the
+  // parent's member followers.
+  void deliver(const AttributeInfo& attr, const void* key, const Entity* removed = nullptr) const;
+  // Calls `call(*notifiee)` for every observer that wants notifications, keeping the entity alive
+  // and the list consistent whatever the observers do.
+  template <class Call>
+  void deliverEach(Call&& call) const;
   void notifieeIs(NotifieeBase* notifiee) const;
   void notifieeDel(NotifieeBase* notifiee) const;
 
   // The depth and flags come first so that they share the word left over after the reference
   // count; the entity is then a vtable pointer, that word, the observer list and the parent.
-  mutable uint16_t deliveryDepth_ = 0;   // nested deliveries in progress
-  mutable bool compactPending_ = false;  // observers removed during a delivery
-  bool hasNotificationActive_ = false;
+  mutable uint16_t deliveryDepth_ = 0;       // nested deliveries in progress
+  mutable bool compactPending_ : 1 = false;  // observers removed during a delivery
+  bool hasNotificationActive_ : 1 = false;
+  mutable uint8_t memberFollowers_ = 0;  // hooked observers that follow members
   mutable NotifieeList notifiees_;
   const Entity* parent_ = nullptr;
 };
@@ -145,6 +167,19 @@ class NotifieeBase {
 
   // A change of `attr` at `key` (a `const Attr::Key*`) of the notifier.
   virtual void onAttribute(const AttributeInfo& attr, const void* key) = 0;
+  // Member `removed` has left entity-collection attribute `attr` of the notifier; by default an
+  // ordinary change of `attr` at `key`.
+  virtual void onMemberRemoved(const AttributeInfo& attr, const void* key, const Entity& removed) {
+    (void)removed;
+    onAttribute(attr, key);
+  }
+  // A change of `attr` at `key` of `member`, an entity the notifier holds; only for observers
+  // that follow members.
+  virtual void onMemberAttribute(const Entity& member, const AttributeInfo& attr,
+                                 const void* key) {
+    (void)member, (void)attr, (void)key;
+  }
+  bool followsMembers() const { return followsMembers_; }
 
   bool hasNotificationActive() const { return hasNotificationActive_; }
   virtual void hasNotificationActiveIs(bool active) { hasNotificationActive_ = active; }
@@ -168,12 +203,18 @@ class NotifieeBase {
   const Entity* notifierBase() const { return notifier_.ptr(); }
   // Switches to `notifier` (hooked), or to none.
   void notifierBaseIs(const Entity* notifier);
+  // Asks for the changes of the notifier's members too; only before the observer first hooks.
+  void followsMembersIs(bool follows) {
+    assert(!hooked_ && "an observer follows members or not from before it hooks");
+    followsMembers_ = follows;
+  }
 
  private:
   Ptr<const Entity> notifier_;
   bool hooked_ = false;
   bool hasNotificationActive_ = false;
   bool deleting_ = false;
+  bool followsMembers_ = false;
 };
 
 // The constant notifiee of entity type `E`: observes one `E` through a read-only reference.

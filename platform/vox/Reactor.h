@@ -11,15 +11,15 @@
 // - `Reactor`: the counted base of every reactor: `initialized`, `hasNotificationActive`, the
 //   zombie state (`voxDoZombieReactors`) and the flag for deletion.
 // - `MemberReactor<Derived, Owner, Member>`: a per-key reactor. It observes one member entity,
-//   holds a counted reference to it and a plain pointer to its owner (the stage, or the per-key
-//   reactor of the enclosing member). It is stored in its owner's `PerKeyReactorColl` slot, not
+//   holds a counted reference to it and a plain pointer to its owner, the stage. It is stored in its owner's `PerKeyReactorColl` slot, not
 //   allocated on its own. `Derived` names its whole-member handler in `kWholeMemberHandler`; the
 //   handler runs when the per-key reactor is created and, for reactors whose `kRemoval` is
 //   `Removal::kZombie`, once more when it is removed (as a zombie, unhooked, over the member that
 //   it still holds), so that it can withdraw what the member contributed.
 // - `KeyForwarder<Owner, Attr, &Stage::handler>` and `MemberCollForwarder<...>`: the per-key
 //   reactors every stage declares in one line: each key of one attribute of the member (or of
-//   the members of one of its collections) goes to one stage handler.
+//   the members of one of its collections, followed without a per-key reactor each) goes to one
+//   stage handler.
 // - `PerKeyReactorColl<Vox>`: the owner's keyed collection of per-key reactors, with `is(member)`,
 //   `del(key)` and `delAll()`. `is` with a null member throws the range exception
 //   "null _<attr> parameter to mutator for <Class>::<attr> not allowed\"".
@@ -101,21 +101,17 @@ enum class Removal {
   kZombie,  // make it a zombie first: its whole-member handler runs once more and withdraws
 };
 
-template <class Owner>
-concept StageOwner = std::is_base_of_v<Reactor, Owner>;
-
-// A per-key reactor: observes one member entity and forwards its changes to its owner, which is
-// either the stage reactor itself or another per-key reactor (for members nested one level
-// deeper). It is not a counted object of its own: it lives in its owner's `PerKeyReactorColl`
+// A per-key reactor: observes one member entity and forwards its changes to its owner, the stage
+// reactor. It is not a counted object of its own: it lives in its owner's `PerKeyReactorColl`
 // table slot, so it costs one slot and no allocation, and it goes when its key is removed. It
 // holds a counted reference to its member (through the observer) and a plain pointer to its
-// owner (the owner holds it, so a counted back reference would be a cycle).
+// owner (the owner holds it, so a counted back reference would be a cycle). Members nested one
+// level deeper need no per-key reactor of their own: the per-key reactor follows them
+// (`MemberCollForwarder`).
 //
 // `Derived` names its whole-member handler in `kWholeMemberHandler` (run when the per-key reactor
 // is created and, for `kRemoval == Removal::kZombie`, once more as a zombie when it is removed,
 // unhooked, over the member it still holds, so that it can withdraw what the member contributed).
-// A per-key reactor that keeps per-key reactors of its own passes the notification and zombie
-// switches on to them by overriding `nestedNotificationActiveIs` and `nestedZombieIs`.
 template <class Derived, class OwnerT, class MemberT>
 class MemberReactor : public MemberT::NotifieeConst {
  public:
@@ -123,50 +119,24 @@ class MemberReactor : public MemberT::NotifieeConst {
   using Member = MemberT;
   using Key = typename MemberT::KeyType;
 
-  MemberReactor(const Ptr<const Member>& member, Owner* owner) : owner_(owner) {
+  // `followsMembers`: the per-key reactor also hears the changes of its member's own members.
+  MemberReactor(const Ptr<const Member>& member, Owner* owner, bool followsMembers = false)
+      : owner_(owner) {
+    this->followsMembersIs(followsMembers);
     this->notifierIs(member);
   }
 
   const Member* member() const { return this->notifier(); }
   const Key& key() const { return member()->key(); }
-  Owner* owner() const { return owner_; }
 
-  // The stage reactor at the root of the chain of owners.
-  auto* stage() const {
-    if constexpr (StageOwner<Owner>) {
-      return owner_;
-    } else {
-      return owner_->stage();
-    }
-  }
-  // The keys from the outermost per-key reactor down to this one, for handlers that take them
-  // all (a FEC, then a router).
-  auto keys() const {
-    if constexpr (StageOwner<Owner>) {
-      return std::tuple<const Key&>(key());
-    } else {
-      return std::tuple_cat(owner_->keys(), std::tuple<const Key&>(key()));
-    }
-  }
+  Owner* owner() const { return owner_; }
 
   // Created, switched on and not retiring: its handlers may walk its member.
   bool alive() const { return this->hasNotificationActive() && !zombie_; }
-  // The owner is neither being constructed nor torn down: its handlers may run.
-  bool ownerAlive() const {
-    if constexpr (StageOwner<Owner>) {
-      return owner_->references() > 0 && !owner_->deleting();
-    } else {
-      return owner_->alive();
-    }
-  }
+  // The stage is neither being constructed nor torn down: its handlers may run.
+  bool ownerAlive() const { return owner_->references() > 0 && !owner_->deleting(); }
   // The stage is alive and initialized: its asserting handlers may be called.
-  bool ownerReady() const {
-    if constexpr (StageOwner<Owner>) {
-      return ownerAlive() && owner_->initialized();
-    } else {
-      return owner_->ownerReady();
-    }
-  }
+  bool ownerReady() const { return ownerAlive() && owner_->initialized(); }
 
   bool zombie() const { return zombie_; }
   bool deleting() const { return NotifieeBase::deleting(); }
@@ -174,18 +144,11 @@ class MemberReactor : public MemberT::NotifieeConst {
   bool retiring() const { return retiring_; }
   void retiringIs() { retiring_ = true; }
 
-  void hasNotificationActiveIs(bool active) override {
-    if (active == this->hasNotificationActive()) return;
-    NotifieeBase::hasNotificationActiveIs(active);
-    nestedNotificationActiveIs(active);
-  }
-  // Becoming a zombie: nested per-key reactors first, then this one unhooks and runs its
-  // whole-member handler once more; finally it is flagged for deletion. Leaving the state hooks
-  // it back on.
+  // Becoming a zombie: it unhooks and runs its whole-member handler once more; finally it is
+  // flagged for deletion. Leaving the state hooks it back on.
   void voxDoZombieReactors(bool zombie) {
     if (zombie == zombie_) return;
     zombie_ = zombie;
-    nestedZombieIs(zombie);
     if (zombie) {
       this->unhook();
       runWholeMemberHandler();
@@ -196,10 +159,6 @@ class MemberReactor : public MemberT::NotifieeConst {
   }
 
   void runWholeMemberHandler() { (static_cast<Derived*>(this)->*Derived::kWholeMemberHandler)(); }
-
- protected:
-  virtual void nestedNotificationActiveIs(bool /*active*/) {}
-  virtual void nestedZombieIs(bool /*zombie*/) {}
 
  private:
   bool zombie_ = false;
@@ -222,18 +181,17 @@ void forEachKeyOf(const typename Attr::OwnerType& entity, F&& f) {
 }
 
 // The typed forwarder: "every key of attribute `Attr` of the member goes to `Handler` of the
-// stage", as a per-key reactor of `Owner`. `Handler` is a stage member function taking the keys
-// of the chain of members (`keys()`, outermost first) and then the changed key:
+// stage", as a per-key reactor of `Owner`. `Handler` is a stage member function taking the
+// member's key and then the changed key:
 //
 //   using VoxFecLabelSet = Vox::KeyForwarder<LabelForwardingInfoSm,
 //       FecLabelSet::mplsLabelAttribute, &LabelForwardingInfoSm::handleFecLabel>;
 //
 // calls `handleFecLabel(fec, label)` for every label added to or removed from the FEC's set, and
 // for every label present when the per-key reactor is created or (with `Removal::kZombie`)
-// removed. Those whole-member runs happen only while the owner is alive and the stage
-// initialized: a nested per-key reactor created or retired together with its owner leaves the
-// walk to its owner's own whole-member handler. A stage that can treat the whole member faster
-// than key by key names `WholeHandler`, called with the keys and the member instead.
+// removed. Those whole-member runs happen only while the stage is alive and initialized. A stage
+// that can treat the whole member faster than key by key names `WholeHandler`, called with the
+// member's key and the member instead.
 template <class Owner, class Attr, auto Handler, Removal R = Removal::kZombie,
           auto WholeHandler = nullptr>
 class KeyForwarder : public MemberReactor<KeyForwarder<Owner, Attr, Handler, R, WholeHandler>,
@@ -246,23 +204,14 @@ class KeyForwarder : public MemberReactor<KeyForwarder<Owner, Attr, Handler, R, 
 
   // One changed key of the member.
   void forward(const typename Attr::Key& changed) {
-    std::apply([&](const auto&... keys) { std::invoke(Handler, *this->stage(), keys..., changed); },
-               this->keys());
-  }
-  // Every key the member holds, whatever the owner's state (an owner's own whole-member walk).
-  void forwardAll() {
-    forEachKeyOf<Attr>(*this->member(), [&](const typename Attr::Key& k) { forward(k); });
+    std::invoke(Handler, *this->owner(), this->key(), changed);
   }
   void handleMember() {
-    if (!this->ownerAlive() || !this->ownerReady()) return;
+    if (!this->ownerReady()) return;
     if constexpr (std::is_same_v<decltype(WholeHandler), std::nullptr_t>) {
-      forwardAll();
+      forEachKeyOf<Attr>(*this->member(), [&](const typename Attr::Key& k) { forward(k); });
     } else {
-      std::apply(
-          [&](const auto&... keys) {
-            std::invoke(WholeHandler, *this->stage(), keys..., *this->member());
-          },
-          this->keys());
+      std::invoke(WholeHandler, *this->owner(), this->key(), *this->member());
     }
   }
   static constexpr auto kWholeMemberHandler = &KeyForwarder::handleMember;
@@ -281,10 +230,13 @@ void followMember(PerKeyReactorColl<VoxT>& perKey, const typename Attr::OwnerTyp
                   const typename Attr::Key& key);
 
 // A per-key reactor one level up: follows an entity-collection attribute `CollAttr` of its
-// member and keeps one `KeyForwarder` (its `Nested`) per member of that collection, which sends
-// every key of `LeafAttr` to `LeafHandler` with the keys of both levels. Its own whole-member
-// handler walks every (nested key, leaf key) pair of its member. `Derived` names the nested
-// collection in the null-argument text with `kClassName`:
+// member, and sends every key of `LeafAttr` of every member of that collection to `LeafHandler`,
+// with the keys of both levels. It keeps nothing per nested member: its own observer follows the
+// members (member notifications, Entity.h), so a FEC's entry with four routers costs one per-key
+// reactor, not five. A nested member joining, or leaving (with `Removal::kZombie`), has each of
+// its leaf keys forwarded once, as a per-member reactor's whole-member run would; its own
+// whole-member handler walks every (nested key, leaf key) pair of its member. `Derived` names the
+// nested collection in the null-argument text with `kClassName`:
 //
 //   struct VoxFecRouterLabel : Vox::MemberCollForwarder<VoxFecRouterLabel, LabelForwardingInfoSm,
 //       FecRouterLabelInfo::routerLabelInfoAttribute, RouterLabelInfo::routerLabelAttribute,
@@ -296,52 +248,76 @@ template <class Derived, class Owner, class CollAttr, class LeafAttr, auto LeafH
           Removal R = Removal::kZombie>
 class MemberCollForwarder : public MemberReactor<Derived, Owner, typename CollAttr::OwnerType> {
   using Base = MemberReactor<Derived, Owner, typename CollAttr::OwnerType>;
+  using NestedMember = typename CollAttr::Member;
+  // A leaf notification is recognised by its attribute, so the collection's members must be the
+  // leaf attribute's owners.
+  static_assert(std::is_same_v<typename LeafAttr::OwnerType, NestedMember>);
 
  public:
-  // The nested forwarders' owner is this base, not `Derived`: the collection is built while
-  // `Derived` is not yet constructed, so no reference to it may be formed then.
-  using Nested = KeyForwarder<MemberCollForwarder, LeafAttr, LeafHandler, R>;
+  // The per-member part of the declaration: which attribute of each nested member goes to which
+  // handler. Nothing of it is instantiated per member.
+  struct Nested {
+    using Attr = LeafAttr;
+    static constexpr auto kHandler = LeafHandler;
+  };
   static constexpr Removal kRemoval = R;
 
   MemberCollForwarder(const Ptr<const typename Base::Member>& member, Owner* owner)
-      : Base(member, owner) {
-    syncPerKeyReactors<CollAttr>(nested_, *member);
-  }
+      : Base(member, owner, /*followsMembers=*/true) {}
 
   void handleMember() {
     if (!this->ownerReady()) return;
-    const auto outer = this->keys();
     const auto& members = CollAttr::of(*this->member());
-    for (auto it = members.begin(); it != members.end(); ++it) {
-      const auto& nestedKey = it.key();
-      forEachKeyOf<LeafAttr>(*it.member(), [&](const typename LeafAttr::Key& leafKey) {
-        std::apply(
-            [&](const auto&... keys) {
-              std::invoke(LeafHandler, *this->stage(), keys..., nestedKey, leafKey);
-            },
-            outer);
-      });
-    }
+    for (auto it = members.begin(); it != members.end(); ++it)
+      forwardNested(*it.member());
   }
   static constexpr auto kWholeMemberHandler = &MemberCollForwarder::handleMember;
 
+  // Re-derives what one member of the followed collection contributes, as its joining does. A
+  // null member is refused with the range exception "null _<coll> parameter to mutator for
+  // <kClassName>::<coll> not allowed\"".
+  void nestedIs(const Ptr<const NestedMember>& nested) {
+    if (!nested) {
+      throw RangeException(std::string("null _") + CollAttr::info.name +
+                           " parameter to mutator for " + Derived::kClassName +
+                           "::" + CollAttr::info.name + " not allowed\"");
+    }
+    if (this->alive() && this->ownerReady()) forwardNested(*nested);
+  }
+
+  // A member joined: whatever it already holds (a member is usually created empty).
   void onAttribute(const AttributeInfo& attr, const void* key) override {
-    if (const auto* changed = CollAttr::match(attr, key)) {
-      followMember<CollAttr>(nested_, *this->member(), *changed);
+    const auto* joined = CollAttr::match(attr, key);
+    if (!joined || !this->ownerReady()) return;
+    if (const NestedMember* nested = CollAttr::of(*this->member()).find(*joined)) {
+      forwardNested(*nested);
+    }
+  }
+  // A member left: what it held, read from the member itself, which still holds it.
+  void onMemberRemoved(const AttributeInfo& attr, const void* key,
+                       const Entity& removed) override {
+    if constexpr (R == Removal::kZombie) {
+      if (CollAttr::match(attr, key) && this->ownerReady()) {
+        forwardNested(static_cast<const NestedMember&>(removed));
+      }
+    }
+  }
+  // A key of a member's leaf attribute changed.
+  void onMemberAttribute(const Entity& nested, const AttributeInfo& attr,
+                         const void* key) override {
+    if (const auto* leaf = LeafAttr::match(attr, key)) {
+      forward(static_cast<const NestedMember&>(nested).key(), *leaf);
     }
   }
 
-  PerKeyReactorColl<Nested>& nested() { return nested_; }
-  const PerKeyReactorColl<Nested>& nested() const { return nested_; }
-
- protected:
-  void nestedNotificationActiveIs(bool active) override {
-    nested_.partNotificationActiveIs(active);
-  }
-  void nestedZombieIs(bool zombie) override { nested_.partZombieIs(zombie); }
-
  private:
-  PerKeyReactorColl<Nested> nested_{*this, Derived::kClassName, CollAttr::info.name};
+  void forward(const typename CollAttr::Key& nestedKey, const typename LeafAttr::Key& leafKey) {
+    std::invoke(LeafHandler, *this->owner(), this->key(), nestedKey, leafKey);
+  }
+  void forwardNested(const NestedMember& nested) {
+    forEachKeyOf<LeafAttr>(nested,
+                           [&](const typename LeafAttr::Key& leaf) { forward(nested.key(), leaf); });
+  }
 };
 
 // The owner's keyed collection of per-key reactors, stored in the table's slots (references stay
@@ -349,8 +325,7 @@ class MemberCollForwarder : public MemberReactor<Derived, Owner, typename CollAt
 // member's key, `xDel(key)` retires and removes it, `xDelAll()` removes all.
 template <class VoxT>
 class PerKeyReactorColl : public ReactorPart {
-  // A stage's own collection holds many per-key reactors and a nested one (one per member of a
-  // FEC, say) several: an inline slot would mostly be bytes held for nothing.
+  // A stage's collection holds many per-key reactors: an inline slot would be bytes for nothing.
   using Table = KeyedTable<typename VoxT::Key, VoxT, MemoryKind::kReactor, 0>;
 
  public:
@@ -362,7 +337,7 @@ class PerKeyReactorColl : public ReactorPart {
   // registers the collection as one of its parts; a per-key owner passes its switches on itself.
   PerKeyReactorColl(Owner& owner, const char* className, const char* attributeName)
       : owner_(owner), className_(className), attributeName_(attributeName) {
-    if constexpr (StageOwner<Owner>) owner.partIs(*this);
+    owner.partIs(*this);
   }
   PerKeyReactorColl(const PerKeyReactorColl&) = delete;
   PerKeyReactorColl& operator=(const PerKeyReactorColl&) = delete;

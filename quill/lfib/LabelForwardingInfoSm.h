@@ -66,21 +66,18 @@ class LabelForwardingInfoSm : public Quill::StageReactor<LabelForwardingInfoSm> 
   // The local labels of one FEC.
   using VoxFecLabelSet = Vox::KeyForwarder<LabelForwardingInfoSm, FecLabelSet::mplsLabelAttribute,
                                            &LabelForwardingInfoSm::handleFecLabel>;
-  // The peer labels of one FEC, one nested forwarder (`VoxRouterLabelInfo`) per router.
+  // The peer labels of one FEC: each router's labels (`VoxRouterLabelInfo`) followed through it.
   struct VoxFecRouterLabel
       : Vox::MemberCollForwarder<
             VoxFecRouterLabel, LabelForwardingInfoSm, FecRouterLabelInfo::routerLabelInfoAttribute,
             RouterLabelInfo::routerLabelAttribute, &LabelForwardingInfoSm::handleFecRouterLabel> {
     static constexpr const char* kClassName = "Mpls::LabelForwardingInfoSm::VoxFecRouterLabel";
     using MemberCollForwarder::MemberCollForwarder;
-    Nested* routerLabelInfoIs(const Vox::Ptr<const RouterLabelInfo>& entity) {
-      return nested().is(entity);
-    }
-    void routerLabelInfoDel(const RouterId& routerId) { nested().del(routerId); }
-    void routerLabelInfoDelAll() { nested().delAll(); }
+    // Re-derives what one of its members contributes, as the member joining does.
+    void routerLabelInfoIs(const Vox::Ptr<const RouterLabelInfo>& entity) { nestedIs(entity); }
   };
   using VoxRouterLabelInfo = VoxFecRouterLabel::Nested;
-  // The chosen vias of one FEC, one nested forwarder (`VoxRouterNexthopInfo`) per router.
+  // The chosen vias of one FEC: each router's via (`VoxRouterNexthopInfo`) followed through it.
   struct VoxFecRouterNexthop
       : Vox::MemberCollForwarder<VoxFecRouterNexthop, LabelForwardingInfoSm,
                                  FecRouterNexthopInfo::routerNexthopInfoAttribute,
@@ -88,11 +85,8 @@ class LabelForwardingInfoSm : public Quill::StageReactor<LabelForwardingInfoSm> 
                                  &LabelForwardingInfoSm::handleFecRouterNexthop> {
     static constexpr const char* kClassName = "Mpls::LabelForwardingInfoSm::VoxFecRouterNexthop";
     using MemberCollForwarder::MemberCollForwarder;
-    Nested* routerNexthopInfoIs(const Vox::Ptr<const RouterNexthopInfo>& entity) {
-      return nested().is(entity);
-    }
-    void routerNexthopInfoDel(const RouterId& routerId) { nested().del(routerId); }
-    void routerNexthopInfoDelAll() { nested().delAll(); }
+    // Re-derives what one of its members contributes, as the member joining does.
+    void routerNexthopInfoIs(const Vox::Ptr<const RouterNexthopInfo>& entity) { nestedIs(entity); }
   };
   using VoxRouterNexthopInfo = VoxFecRouterNexthop::Nested;
 

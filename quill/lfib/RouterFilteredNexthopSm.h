@@ -49,7 +49,8 @@ class RouterFilteredNexthopSm : public Quill::StageReactor<RouterFilteredNexthop
   // Re-evaluates every via of one router address. Fatal "initialized()" while uninitialized.
   void handleRouterIpAddr(const RouterId& routerId, const Vela::IpGenAddr& ipAddr);
 
-  // Per-key reactors. One router's hop addresses, and under each (`VoxIpNexthopInfo`) its vias:
+  // Per-key reactors. One router's hop addresses, and through it each one's vias
+  // (`VoxIpNexthopInfo`):
   struct VoxRouterIpNexthop
       : Vox::MemberCollForwarder<VoxRouterIpNexthop, RouterFilteredNexthopSm,
                                  RouterIpNexthopInfo::ipNexthopInfoAttribute,
@@ -57,11 +58,8 @@ class RouterFilteredNexthopSm : public Quill::StageReactor<RouterFilteredNexthop
                                  &RouterFilteredNexthopSm::processRouterIpVia> {
     static constexpr const char* kClassName = "Mpls::RouterFilteredNexthopSm::VoxRouterIpNexthop";
     using MemberCollForwarder::MemberCollForwarder;
-    Nested* ipNexthopInfoIs(const Vox::Ptr<const IpNexthopInfo>& entity) {
-      return nested().is(entity);
-    }
-    void ipNexthopInfoDel(const Vela::IpGenAddr& hop) { nested().del(hop); }
-    void ipNexthopInfoDelAll() { nested().delAll(); }
+    // Re-derives what one of its members contributes, as the member joining does.
+    void ipNexthopInfoIs(const Vox::Ptr<const IpNexthopInfo>& entity) { nestedIs(entity); }
   };
   using VoxIpNexthopInfo = VoxRouterIpNexthop::Nested;
   // One router's interface addresses:

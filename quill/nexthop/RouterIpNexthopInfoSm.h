@@ -44,7 +44,7 @@ class RouterIpNexthopInfoSm : public Quill::StageReactor<RouterIpNexthopInfoSm> 
   // A via changed under an interface and router. Fatal "initialized()" while uninitialized.
   void handleIntfRouterNexthop(Vela::IntfId intfId, const RouterId& routerId, const FibVia& via);
 
-  // Per-key reactors: the routers of one interface, and under it (`VoxRouterNexthopInfo`) the
+  // Per-key reactors: the routers of one interface, and through it (`VoxRouterNexthopInfo`) the
   // vias of each router.
   struct VoxIntfRouterNexthop
       : Vox::MemberCollForwarder<
@@ -53,11 +53,8 @@ class RouterIpNexthopInfoSm : public Quill::StageReactor<RouterIpNexthopInfoSm> 
             &RouterIpNexthopInfoSm::handleIntfRouterNexthop, Vox::Removal::kDrop> {
     static constexpr const char* kClassName = "Mpls::RouterIpNexthopInfoSm::VoxIntfRouterNexthop";
     using MemberCollForwarder::MemberCollForwarder;
-    Nested* routerNexthopInfoIs(const Vox::Ptr<const RouterNexthopInfo>& entity) {
-      return nested().is(entity);
-    }
-    void routerNexthopInfoDel(const RouterId& routerId) { nested().del(routerId); }
-    void routerNexthopInfoDelAll() { nested().delAll(); }
+    // Re-derives what one of its members contributes, as the member joining does.
+    void routerNexthopInfoIs(const Vox::Ptr<const RouterNexthopInfo>& entity) { nestedIs(entity); }
   };
   using VoxRouterNexthopInfo = VoxIntfRouterNexthop::Nested;
   // An interface joined or left MPLS. Fatal "initialized()" while uninitialized.

@@ -195,8 +195,8 @@ TEST(KeyForwarderTest, NestedKeysReachTheStageOncePerPair) {
   std::sort(reactor->log.begin() + 1, reactor->log.end());
   EXPECT_EQ(reactor->log, (Events{"2/4/40", "2/5/50", "2/5/51"}));
 
-  // Removing an item withdraws its tags through its own forwarder; removing the group walks what
-  // is left, once.
+  // Removing an item withdraws its tags through the group's forwarder; removing the group walks
+  // what is left, once.
   reactor->log.clear();
   coll->group({1})->itemIs({6})->tagIs({60});
   coll->group({1})->itemDel({6});
@@ -205,7 +205,7 @@ TEST(KeyForwarderTest, NestedKeysReachTheStageOncePerPair) {
   EXPECT_EQ(reactor->group.size(), 1u);
 
   try {
-    reactor->group.find({2})->nested().is(nullptr);
+    reactor->group.find({2})->nestedIs(nullptr);
     FAIL() << "expected a range exception";
   } catch (const Vox::RangeException& error) {
     EXPECT_STREQ(error.what(),
