@@ -82,10 +82,14 @@ class SetAttribute {
 
 template <class Key, class Member>
 class EntityCollAttribute {
+  // A member carries its key, so its slot does not store it again.
+  struct MemberKey {
+    const Key& operator()(const Ptr<Member>& member) const { return member->key(); }
+  };
   // No inline slot: a child collection is either empty (a stage that keeps no justifications
   // leaves `nexthopIpInfo` so) or holds several members, so an inline slot would mostly be
   // bytes held for nothing.
-  using Table = KeyedTable<Key, Ptr<Member>, MemoryKind::kKeyedMap, 0>;
+  using Table = KeyedTable<Key, Ptr<Member>, MemoryKind::kKeyedMap, 0, MemberKey>;
 
  public:
   // Iteration yields (key, member) pairs; members are const through a const collection.

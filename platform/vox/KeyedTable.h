@@ -126,16 +126,33 @@ class ValueCell<V, true> {
 
 struct NoInlineSlots {};
 
+// A slot's key and value. By default the slot stores its key; with a `KeyOf` (a function object
+// giving a value's key) the key is read from the value, so that a table of entities keyed by
+// their own key does not store it twice.
+template <class Key, class Value, class KeyOf>
+struct SlotContent {
+  [[no_unique_address]] ValueCell<Value> value;
+  const Key& key() const { return KeyOf{}(value.get()); }
+  void keyIs(const Key& key) { (void)key; }
+};
+template <class Key, class Value>
+struct SlotContent<Key, Value, void> {
+  Key key_{};
+  [[no_unique_address]] ValueCell<Value> value;
+  const Key& key() const { return key_; }
+  void keyIs(const Key& key) { key_ = key; }
+};
+
 }  // namespace KeyedTableDetail
 
-template <class Key, class Value, MemoryKind Kind = MemoryKind::kKeyedMap, uint32_t InlineSlots = 1>
+template <class Key, class Value, MemoryKind Kind = MemoryKind::kKeyedMap, uint32_t InlineSlots = 1,
+          class KeyOf = void>
 class KeyedTable {
   // A slot holds an element while its tag is non-zero: the key's hash with kLive set. Bucket
-  // indices never reach that bit, and comparing tags before keys compares the hashes.
+  // indices never reach that bit, and comparing tags before keys compares the hashes (so a
+  // dead slot's key, which a `KeyOf` could no longer read, is never compared).
   static constexpr uint32_t kLive = 0x80000000u;
-  struct Slot {
-    Key key{};
-    [[no_unique_address]] KeyedTableDetail::ValueCell<Value> value;
+  struct Slot : KeyedTableDetail::SlotContent<Key, Value, KeyOf> {
     uint32_t tag = 0;
     int32_t next = -1;  // next slot of the bucket chain, or of the free list
     bool live() const { return tag != 0; }
@@ -201,7 +218,7 @@ class KeyedTable {
     reserveBucketsForInsert();
     const int32_t i = allocateSlot();
     Slot& s = slot(i);
-    s.key = key;
+    s.keyIs(key);
     [[maybe_unused]] const uint32_t versionBefore = version_;
     pin();
     try {
@@ -212,6 +229,7 @@ class KeyedTable {
       throw;
     }
     --pins_;  // the element is about to be linked, so the table is not left empty
+    assert(s.key() == key && "a value keyed by itself must carry the key it is inserted under");
     assert((version_ == versionBefore || findIndex(key, tag) < 0) &&
            "a value's constructor inserted the key being inserted");
     link(i, tag);
@@ -238,7 +256,7 @@ class KeyedTable {
     }
     for (int32_t* link = &bucket(tag); *link >= 0; link = &slot(*link).next) {
       Slot& s = slot(*link);
-      if (s.tag == tag && s.key == key) {
+      if (s.tag == tag && s.key() == key) {
         const int32_t i = *link;
         *link = s.next;
         retire(static_cast<uint32_t>(i));
@@ -271,7 +289,7 @@ class KeyedTable {
       if (table_) const_cast<KeyedTable*>(table_)->unpin();
     }
 
-    const Key& key() const { return current().key; }
+    const Key& key() const { return current().key(); }
     auto& value() const { return current().value.get(); }
 
     Iterator& operator++() {
@@ -373,7 +391,7 @@ class KeyedTable {
     if (!buckets_) return scanInline(key, tag);
     for (int32_t i = bucket(tag); i >= 0;) {
       const Slot& s = slot(i);
-      if (s.tag == tag && s.key == key) return i;
+      if (s.tag == tag && s.key() == key) return i;
       i = s.next;
     }
     return -1;
@@ -383,7 +401,7 @@ class KeyedTable {
     if constexpr (InlineSlots > 0) {
       for (uint32_t i = 0; i < slotCount_; ++i) {
         const Slot& s = inline_[i];
-        if (s.tag == tag && s.key == key) return static_cast<int32_t>(i);
+        if (s.tag == tag && s.key() == key) return static_cast<int32_t>(i);
       }
     }
     return -1;

@@ -325,8 +325,12 @@ class MemberCollForwarder : public MemberReactor<Derived, Owner, typename CollAt
 // member's key, `xDel(key)` retires and removes it, `xDelAll()` removes all.
 template <class VoxT>
 class PerKeyReactorColl : public ReactorPart {
+  // A per-key reactor's key is its member's, so its slot does not store it again.
+  struct ReactorKey {
+    const typename VoxT::Key& operator()(const VoxT& reactor) const { return reactor.key(); }
+  };
   // A stage's collection holds many per-key reactors: an inline slot would be bytes for nothing.
-  using Table = KeyedTable<typename VoxT::Key, VoxT, MemoryKind::kReactor, 0>;
+  using Table = KeyedTable<typename VoxT::Key, VoxT, MemoryKind::kReactor, 0, ReactorKey>;
 
  public:
   using Key = typename VoxT::Key;
