@@ -175,8 +175,7 @@ class NotifieeBase {
   }
   // A change of `attr` at `key` of `member`, an entity the notifier holds; only for observers
   // that follow members.
-  virtual void onMemberAttribute(const Entity& member, const AttributeInfo& attr,
-                                 const void* key) {
+  virtual void onMemberAttribute(const Entity& member, const AttributeInfo& attr, const void* key) {
     (void)member, (void)attr, (void)key;
   }
   bool followsMembers() const { return followsMembers_; }

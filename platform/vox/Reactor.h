@@ -11,11 +11,12 @@
 // - `Reactor`: the counted base of every reactor: `initialized`, `hasNotificationActive`, the
 //   zombie state (`voxDoZombieReactors`) and the flag for deletion.
 // - `MemberReactor<Derived, Owner, Member>`: a per-key reactor. It observes one member entity,
-//   holds a counted reference to it and a plain pointer to its owner, the stage. It is stored in its owner's `PerKeyReactorColl` slot, not
-//   allocated on its own. `Derived` names its whole-member handler in `kWholeMemberHandler`; the
-//   handler runs when the per-key reactor is created and, for reactors whose `kRemoval` is
-//   `Removal::kZombie`, once more when it is removed (as a zombie, unhooked, over the member that
-//   it still holds), so that it can withdraw what the member contributed.
+//   holds a counted reference to it and a plain pointer to its owner, the stage. It is stored in
+//   its owner's `PerKeyReactorColl` slot, not allocated on its own. `Derived` names its
+//   whole-member handler in `kWholeMemberHandler`; the handler runs when the per-key reactor is
+//   created and, for reactors whose `kRemoval` is `Removal::kZombie`, once more when it is removed
+//   (as a zombie, unhooked, over the member that it still holds), so that it can withdraw what the
+//   member contributed.
 // - `KeyForwarder<Owner, Attr, &Stage::handler>` and `MemberCollForwarder<...>`: the per-key
 //   reactors every stage declares in one line: each key of one attribute of the member (or of
 //   the members of one of its collections, followed without a per-key reactor each) goes to one
@@ -294,8 +295,7 @@ class MemberCollForwarder : public MemberReactor<Derived, Owner, typename CollAt
     }
   }
   // A member left: what it held, read from the member itself, which still holds it.
-  void onMemberRemoved(const AttributeInfo& attr, const void* key,
-                       const Entity& removed) override {
+  void onMemberRemoved(const AttributeInfo& attr, const void* key, const Entity& removed) override {
     if constexpr (R == Removal::kZombie) {
       if (CollAttr::match(attr, key) && this->ownerReady()) {
         forwardNested(static_cast<const NestedMember&>(removed));
@@ -315,8 +315,8 @@ class MemberCollForwarder : public MemberReactor<Derived, Owner, typename CollAt
     std::invoke(LeafHandler, *this->owner(), this->key(), nestedKey, leafKey);
   }
   void forwardNested(const NestedMember& nested) {
-    forEachKeyOf<LeafAttr>(nested,
-                           [&](const typename LeafAttr::Key& leaf) { forward(nested.key(), leaf); });
+    forEachKeyOf<LeafAttr>(
+        nested, [&](const typename LeafAttr::Key& leaf) { forward(nested.key(), leaf); });
   }
 };
 
