@@ -9,22 +9,40 @@ namespace {
 constexpr uint32_t kRouters = 3;
 constexpr uint32_t kIntfs = 4;
 constexpr uint32_t kFecs = 6;
+// Every router and link is dual-stack: each address below exists in both families (0 IPv4,
+// 1 IPv6), so that routes, next hops and peer addresses of either family, and routes whose hops
+// mix them, all reach the pipeline.
+constexpr uint32_t kFamilies = 2;
 
 Mpls::RouterId router(uint32_t r) {
   return Mpls::RouterId(0x02020200u + r, 0);
 }
-// Each router has a loopback (its usual transport address) and one address per link.
-Vela::IpAddr loopback(uint32_t r) {
-  return Vela::IpAddr(0x02020200u + r);
+// 2001:db8:0:NET::HOST
+Vela::IpGenAddr v6(uint32_t net, uint32_t host) {
+  Vela::Ip6Addr::Bytes bytes{0x20, 0x01, 0x0d, 0xb8};
+  bytes[6] = static_cast<uint8_t>(net >> 8);
+  bytes[7] = static_cast<uint8_t>(net);
+  bytes[14] = static_cast<uint8_t>(host >> 8);
+  bytes[15] = static_cast<uint8_t>(host);
+  return Vela::IpGenAddr(Vela::Ip6Addr(bytes));
 }
-Vela::IpAddr linkAddr(uint32_t r, uint32_t i) {
-  return Vela::IpAddr(0x0a000000u + (i << 8) + 2 + r);
+// Each router has a loopback (its usual transport address) and one address per link:
+// 2.2.2.R or 2001:db8:0:ffff::R, and 10.0.I.(2+R) or 2001:db8:0:I::(2+R).
+Vela::IpGenAddr loopback(uint32_t r, uint32_t family) {
+  return family == 0 ? Vela::IpGenAddr(Vela::IpAddr(0x02020200u + r)) : v6(0xffff, r);
+}
+Vela::IpGenAddr linkAddr(uint32_t r, uint32_t i, uint32_t family) {
+  return family == 0 ? Vela::IpGenAddr(Vela::IpAddr(0x0a000000u + (i << 8) + 2 + r)) : v6(i, 2 + r);
 }
 Vela::IntfId intf(uint32_t i) {
   return Vela::IntfId(Vela::IntfId::Kind::ethernet, 1 + i);
 }
-Vela::IpPrefix linkPrefix(uint32_t i) {
-  return Vela::IpPrefix(Vela::IpGenAddr(Vela::IpAddr(0x0a000000u + (i << 8))), 24);
+Vela::IpPrefix linkPrefix(uint32_t i, uint32_t family) {
+  return family == 0 ? Vela::IpPrefix(Vela::IpGenAddr(Vela::IpAddr(0x0a000000u + (i << 8))), 24)
+                     : Vela::IpPrefix(v6(i, 0), 64);
+}
+Vela::IpPrefix hostPrefix(const Vela::IpGenAddr& address) {
+  return Vela::IpPrefix(address, Vela::IpPrefix::maxLength(address.family()));
 }
 Mpls::FwdEqvClass fec(uint32_t f) {
   return Mpls::FwdEqvClass::p2mpLspId(Vela::IpGenAddr(Vela::IpAddr(0x01010101)), f);
@@ -51,7 +69,9 @@ std::string RandomWorld::apply(uint32_t choice, uint64_t detail) {
   switch (choice % 10) {
     case 0: {  // a transport address: the loopback or one of the link addresses
       const uint32_t which = dice.roll(kIntfs + 1);
-      const Vela::IpGenAddr addr(which == kIntfs ? loopback(r) : linkAddr(r, which));
+      const uint32_t family = dice.roll(kFamilies);
+      const Vela::IpGenAddr addr =
+          which == kIntfs ? loopback(r, family) : linkAddr(r, which, family);
       if (add) {
         colls.transportAddrs->routerIpAddrIs(router(r))->ipAddrIs(addr);
       } else if (const auto info = colls.transportAddrs->routerIpAddr(router(r))) {
@@ -62,7 +82,8 @@ std::string RandomWorld::apply(uint32_t choice, uint64_t detail) {
              addr.valueToStrep();
     }
     case 1: {  // an interface address
-      const Vela::IpGenAddr addr(linkAddr(r, dice.roll(kIntfs)));
+      const uint32_t which = dice.roll(kIntfs);
+      const Vela::IpGenAddr addr = linkAddr(r, which, dice.roll(kFamilies));
       if (add) {
         colls.intfAddrs->routerIpAddrIs(router(r))->ipAddrIs(addr);
       } else if (const auto info = colls.intfAddrs->routerIpAddr(router(r))) {
@@ -81,12 +102,14 @@ std::string RandomWorld::apply(uint32_t choice, uint64_t detail) {
       }
       return std::string("mpls-intf ") + (add ? "add " : "del ") + i.valueToStrep();
     }
-    case 3: {  // a route to a router's loopback over a random set of its links
+    case 3: {  // a route to a router's loopback over a random set of its links, each link's
+               // hop of either family
+      const Vela::IpPrefix prefix = hostPrefix(loopback(r, dice.roll(kFamilies)));
       std::vector<Sim::RouteVia> vias;
       for (uint32_t i = 0; i < kIntfs; ++i) {
-        if (dice.roll(2)) vias.push_back({linkAddr(r, i), intf(i)});
+        const uint32_t hop = dice.roll(kFamilies + 1);  // 0: not this link
+        if (hop != 0) vias.push_back({linkAddr(r, i, hop - 1), intf(i)});
       }
-      const Vela::IpPrefix prefix(Vela::IpGenAddr(loopback(r)), 32);
       if (vias.empty()) {
         agent_.resolution().routeDel(prefix);
         return "route " + prefix.valueToStrep() + " del";
@@ -96,12 +119,13 @@ std::string RandomWorld::apply(uint32_t choice, uint64_t detail) {
     }
     case 4: {  // a link's connected subnet comes or goes
       const uint32_t i = dice.roll(kIntfs);
+      const Vela::IpPrefix prefix = linkPrefix(i, dice.roll(kFamilies));
       if (add) {
-        agent_.resolution().connectedRouteIs(linkPrefix(i), intf(i));
+        agent_.resolution().connectedRouteIs(prefix, intf(i));
       } else {
-        agent_.resolution().routeDel(linkPrefix(i));
+        agent_.resolution().routeDel(prefix);
       }
-      return "route " + linkPrefix(i).valueToStrep() + (add ? " connected" : " del");
+      return "route " + prefix.valueToStrep() + (add ? " connected" : " del");
     }
     case 5: {
       const uint32_t f = dice.roll(kFecs);
@@ -149,20 +173,29 @@ std::size_t RandomWorld::fill() {
   std::size_t changes = 0;
   for (uint32_t i = 0; i < kIntfs; ++i) {
     colls.mplsIntfs->intfIdIs(intf(i));
-    agent_.resolution().connectedRouteIs(linkPrefix(i), intf(i));
-    changes += 2;
+    ++changes;
+    for (uint32_t family = 0; family < kFamilies; ++family) {
+      agent_.resolution().connectedRouteIs(linkPrefix(i, family), intf(i));
+      ++changes;
+    }
   }
   for (uint32_t r = 0; r < kRouters; ++r) {
+    const auto transport = colls.transportAddrs->routerIpAddrIs(router(r));
+    const auto interface = colls.intfAddrs->routerIpAddrIs(router(r));
     std::vector<Sim::RouteVia> vias;
     for (uint32_t i = 0; i < kIntfs; ++i) {
-      vias.push_back({linkAddr(r, i), intf(i)});
-      colls.transportAddrs->routerIpAddrIs(router(r))->ipAddrIs(Vela::IpGenAddr(linkAddr(r, i)));
-      colls.intfAddrs->routerIpAddrIs(router(r))->ipAddrIs(Vela::IpGenAddr(linkAddr(r, i)));
+      for (uint32_t family = 0; family < kFamilies; ++family) {
+        vias.push_back({linkAddr(r, i, family), intf(i)});
+        transport->ipAddrIs(linkAddr(r, i, family));
+        interface->ipAddrIs(linkAddr(r, i, family));
+        changes += 2;
+      }
+    }
+    for (uint32_t family = 0; family < kFamilies; ++family) {
+      transport->ipAddrIs(loopback(r, family));
+      agent_.resolution().routeIs(hostPrefix(loopback(r, family)), vias);
       changes += 2;
     }
-    colls.transportAddrs->routerIpAddrIs(router(r))->ipAddrIs(Vela::IpGenAddr(loopback(r)));
-    agent_.resolution().routeIs(Vela::IpPrefix(Vela::IpGenAddr(loopback(r)), 32), vias);
-    changes += 2;
   }
   for (uint32_t f = 0; f < kFecs; ++f) {
     for (uint32_t second = 0; second < 2; ++second) {

@@ -1,7 +1,8 @@
 #pragma once
 // Random input changes over a small universe (a few routers, addresses, routes, interfaces, FECs
 // and labels), applied to an agent the way its host would apply them. Property tests and the
-// event-sequence fuzzer drive the whole pipeline with it.
+// event-sequence fuzzer drive the whole pipeline with it. Routers and links are dual-stack: peer
+// addresses, routes and next hops come in both families, and a route's hops may mix them.
 #include <cstddef>
 #include <cstdint>
 #include <functional>
@@ -20,8 +21,9 @@ class RandomWorld {
   std::string apply(uint32_t choice, uint64_t detail);
 
   // Puts every input of the universe in place (every address, MPLS interface, route over all its
-  // links, connected subnet, and both labels of every local and peer binding), so that a world
-  // can be brought to the same size at any point of a random sequence, to compare what it costs.
+  // links in both families, connected subnet, and both labels of every local and peer binding),
+  // so that a world can be brought to the same size at any point of a random sequence, to
+  // compare what it costs.
   // Returns the number of changes made.
   std::size_t fill();
 

@@ -92,7 +92,10 @@ void ResolutionService::routeIs(const Vela::IpPrefix& prefix, std::vector<RouteV
 }
 
 void ResolutionService::connectedRouteIs(const Vela::IpPrefix& prefix, Vela::IntfId intf) {
-  routeIs(prefix, {RouteVia{Vela::IpAddr(), intf}}, Routing::RouteType::connected);
+  const Vela::IpGenAddr unspecified = prefix.family() == Vela::AddrFamily::ipv4
+                                          ? Vela::IpGenAddr()
+                                          : Vela::IpGenAddr(Vela::Ip6Addr());
+  routeIs(prefix, {RouteVia{unspecified, intf}}, Routing::RouteType::connected);
 }
 
 void ResolutionService::routeDel(const Vela::IpPrefix& prefix) {

@@ -38,7 +38,7 @@
 //   // fec 1: one via 0.0.0.0 on Ethernet1; status 10.0.0.2 -> {fec 1, connected};
 //   // backlog: 10.0.0.2
 //   service.routeIs(IpPrefix::sequenceToValue("10.0.0.0/16"),
-//                   {{Vela::IpAddr::sequenceToValue("10.9.0.1"), Vela::IntfId()}});
+//                   {{Vela::IpGenAddr::sequenceToValue("10.9.0.1"), Vela::IntfId()}});
 //   // fec 2 written; 10.0.0.2 still answered by the longer /24: nothing backlogged
 //   service.routeDel(IpPrefix::sequenceToValue("10.0.0.0/24"));
 //   // status 10.0.0.2 -> {fec 2, static}; backlog: 10.0.0.2; then fec 1 deleted
@@ -60,10 +60,12 @@
 
 namespace Sim {
 
-// One next hop of a route. Duplicates within a route are kept: merging them is the consumer's
-// business.
+// One next hop of a route, of either family. A route's hops need not share its prefix's family,
+// nor each other's (an IPv4 route over an IPv6 next hop is how IPv4 crosses an IPv6-only core):
+// the hops are written to the FEC record as they are. Duplicates within a route are kept: merging
+// them is the consumer's business.
 struct RouteVia {
-  Vela::IpAddr hop;
+  Vela::IpGenAddr hop;
   Vela::IntfId intf;
   bool operator==(const RouteVia&) const = default;
 };
@@ -96,7 +98,8 @@ class ResolutionService {
   // than 600 vias are allowed: the record reports them all in its count and holds the first 600.
   void routeIs(const Vela::IpPrefix& prefix, std::vector<RouteVia> vias,
                Routing::RouteType type = Routing::RouteType::staticRoute);
-  // A connected route: type `connected`, one via with hop 0.0.0.0 on `intf`.
+  // A connected route: type `connected`, one via on `intf` whose hop is the unspecified address
+  // of the prefix's family (0.0.0.0 or ::).
   void connectedRouteIs(const Vela::IpPrefix& prefix, Vela::IntfId intf);
   // Removes the route: re-answers the addresses it resolved (a shorter route or none), then
   // deletes its FEC record. Removing an absent route does nothing.

@@ -301,7 +301,7 @@ void BaselineLfib::mplsIntfDel(Vela::IntfId intf) {
 void BaselineLfib::routeIs(const Vela::IpPrefix& prefix, const std::vector<Sim::RouteVia>& vias) {
   routeVias_.clear();
   for (const Sim::RouteVia& via : vias)
-    routeVias_.emplace_back(Vela::IpGenAddr(via.hop), via.intf);
+    routeVias_.emplace_back(via.hop, via.intf);
   std::sort(routeVias_.begin(), routeVias_.end());
   routeVias_.erase(std::unique(routeVias_.begin(), routeVias_.end()), routeVias_.end());
   uint32_t route = findRoute(prefix);

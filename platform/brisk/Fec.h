@@ -36,9 +36,11 @@ class ViaIndex {
   uint32_t value_;
 };
 
-// One via of a FEC: an IPv4 next-hop address (0.0.0.0 on a connected route) and an interface.
+// One via of a FEC: a next-hop address of either family and an interface. On a connected route
+// the hop is the unspecified address of the route's family (0.0.0.0 or ::), which consumers do
+// not use. The default via's hop is IPv4 0.0.0.0.
 struct FecVia {
-  Vela::IpAddr hop;
+  Vela::IpGenAddr hop;
   Vela::IntfId intfId;
   bool operator==(const FecVia&) const = default;
 };

@@ -103,8 +103,7 @@ void auditResolution(Auditor& auditor, const P2mpLfibGenSmManager& manager,
       for (uint32_t i = 0; i < count; ++i) {
         const auto fecVia = fec.via(Brisk::Fib::ViaIndex(i));
         const bool connected = status.routeType() == Routing::RouteType::connected;
-        expected.emplace(addr,
-                         FibVia(connected ? addr : Vela::IpGenAddr(fecVia.hop), fecVia.intfId));
+        expected.emplace(addr, FibVia(connected ? addr : fecVia.hop, fecVia.intfId));
       }
     }
     for (const auto [addr, info] : manager.p2mpIpNexthopInfoColl()->ipNexthopColl()) {

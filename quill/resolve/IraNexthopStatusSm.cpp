@@ -44,8 +44,8 @@ void IraNexthopStatusSm::processNexthop(const Vela::IpGenAddr& ipAddr) {
     if (connected) VOX_TRACE(traceHandle(), 9, "Found connected route for " << address);
     VOX_TRACE(traceHandle(), 9,
               "Adding FibVia for hop = " << fecVia.hop << " intfdId " << fecVia.intfId);
-    // On a connected route the peer is its own next hop; the FEC's hop (0.0.0.0) is not used.
-    vias.insert(FibVia(connected ? address : Vela::IpGenAddr(fecVia.hop), fecVia.intfId));
+    // On a connected route the peer is its own next hop; the FEC's hop (unspecified) is not used.
+    vias.insert(FibVia(connected ? address : fecVia.hop, fecVia.intfId));
   }
 
   VOX_TRACE(traceHandle(), 9, "Adding ipAddr from ipNexthopInfoColl " << address);

@@ -5,6 +5,7 @@
 // after every restart.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <map>
 #include <random>
@@ -18,6 +19,7 @@ TEST(PipelinePropertyTest, EveryStageFollowsItsRuleThroughRandomChanges) {
   const bool auditEveryChange = Sim::allStagesCompiled();
   std::size_t audits = 0;
   std::size_t elements = 0;
+  std::size_t branchesByFamily[2] = {};  // audited LFIB branches over IPv4, IPv6 next hops
   for (uint32_t seed = 1; seed <= 40; ++seed) {
     std::mt19937_64 random(seed);
     Sim::Agent agent;
@@ -29,6 +31,10 @@ TEST(PipelinePropertyTest, EveryStageFollowsItsRuleThroughRandomChanges) {
       const auto report = Sim::auditAgent(agent);
       ++audits;
       elements += report.elementsChecked;
+      for (const auto [label, entry] : agent.colls().lfib->labelForwardingColl()) {
+        for (const auto [branch, info] : entry.forwardingInfoColl())
+          ++branchesByFamily[branch.via().hop().isV6()];
+      }
       if (!report.ok()) {
         std::string trail;
         for (std::size_t i = history.size() > 12 ? history.size() - 12 : 0; i < history.size();
@@ -44,6 +50,8 @@ TEST(PipelinePropertyTest, EveryStageFollowsItsRuleThroughRandomChanges) {
   }
   EXPECT_GT(audits, 12u);
   EXPECT_GT(elements, 1000u) << "the sequences built a non-trivial LFIB";
+  EXPECT_GT(std::min(branchesByFamily[0], branchesByFamily[1]), audits / 4)
+      << "both families' next hops reached the LFIB";
   std::printf("audited %zu states (%zu elements compared) over 40 sequences of 500 changes\n",
               audits, elements);
 }

@@ -19,7 +19,7 @@ using Vela::IpGenAddr;
 using Strings = std::vector<std::string>;
 
 FecVia fecVia(const char* hop, const char* intf) {
-  return {Vela::IpAddr::sequenceToValue(hop), v<Vela::IntfId>(intf)};
+  return {v<IpGenAddr>(hop), v<Vela::IntfId>(intf)};
 }
 
 class IraNexthopStatusSmTest : public ::testing::Test {
@@ -53,8 +53,12 @@ TEST_F(IraNexthopStatusSmTest, ResolvedAddressesGetOneViaPerDistinctHopAndInterf
   start();
   resolve("10.0.0.1", 1, {fecVia("10.1.1.2", "Ethernet1"), fecVia("10.1.2.2", "Ethernet2")});
   resolve("10.0.0.2", 2, {fecVia("10.1.1.2", "Ethernet1"), fecVia("10.1.1.2", "Ethernet1")});
+  // Hops keep their family, whatever the address's: IPv6 hops, and IPv4 over an IPv6 hop.
+  resolve("2001:db8::1", 3, {fecVia("fe80::2", "Ethernet1"), fecVia("10.1.1.2", "Ethernet1")});
+  resolve("10.0.0.3", 4, {fecVia("2001:db8:12::2", "Ethernet2")});
   EXPECT_EQ(output(), (Lines{"10.0.0.1 10.1.1.2-Ethernet1", "10.0.0.1 10.1.2.2-Ethernet2",
-                             "10.0.0.2 10.1.1.2-Ethernet1"}));
+                             "10.0.0.2 10.1.1.2-Ethernet1", "10.0.0.3 2001:db8:12::2-Ethernet2",
+                             "2001:db8::1 10.1.1.2-Ethernet1", "2001:db8::1 fe80::2-Ethernet1"}));
   EXPECT_TRUE(backlog->backlogColl().empty());
 }
 

@@ -33,7 +33,7 @@ std::vector<Sim::RouteVia> vias(std::initializer_list<std::string_view> texts) {
   std::vector<Sim::RouteVia> out;
   for (std::string_view text : texts) {
     const auto dash = text.find('-');
-    out.push_back({v<Vela::IpAddr>(text.substr(0, dash)), v<Vela::IntfId>(text.substr(dash + 1))});
+    out.push_back({ip(text.substr(0, dash)), v<Vela::IntfId>(text.substr(dash + 1))});
   }
   return out;
 }
@@ -199,7 +199,8 @@ TEST_F(ResolutionServiceTest, RandomChangesMatchAFromScratchLongestPrefixMatch) 
   const std::vector<IpGenAddr> addresses = {ip("10.0.0.1"),    ip("10.0.1.1"),
                                             ip("10.1.0.1"),    ip("11.0.0.1"),
                                             ip("2001:db8::1"), ip("::ffff:10.0.0.1")};
-  const auto pool = vias({"10.9.0.1-Ethernet1", "10.9.0.2-Ethernet2", "0.0.0.0-Ethernet1"});
+  const auto pool = vias(
+      {"10.9.0.1-Ethernet1", "10.9.0.2-Ethernet2", "0.0.0.0-Ethernet1", "2001:db8:9::1-Ethernet3"});
   std::map<IpPrefix, std::string> model;  // each route's answer text
   std::map<IpPrefix, FecId> fecIds;       // a route keeps its FEC id; a new one takes the next
   uint64_t nextFecId = 1;
@@ -219,7 +220,9 @@ TEST_F(ResolutionServiceTest, RandomChangesMatchAFromScratchLongestPrefixMatch) 
         via = pick(pool);
       RouteType type = random() % 2 ? RouteType::ospf : RouteType::staticRoute;
       if (change == 1) {
-        chosen = {{Vela::IpAddr(), pick(pool).intf}};
+        // A connected route's hop is the unspecified address of its own family.
+        const bool v4 = prefix.family() == Vela::AddrFamily::ipv4;
+        chosen = {{v4 ? IpGenAddr() : IpGenAddr(Vela::Ip6Addr()), pick(pool).intf}};
         type = RouteType::connected;
         service->connectedRouteIs(prefix, chosen[0].intf);
       } else {

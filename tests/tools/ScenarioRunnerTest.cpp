@@ -21,6 +21,7 @@ mpls-intf add Ethernet2
 route 10.0.12.0/30 connected Ethernet1
 route 2.2.2.2/32 via 10.0.12.2 Ethernet1
 transport 2.2.2.2:0 add 2.2.2.2
+transport 2.2.2.2:0 add 2001:db8::2
 interface-addr 2.2.2.2:0 add 10.0.12.2
 local-binding p2mp/1.1.1.1/0100040000002a add 100
 peer-binding 2.2.2.2:0 p2mp/1.1.1.1/0100040000002a add 200
@@ -56,6 +57,9 @@ TEST_F(ScenarioRunnerTest, AMalformedLineChangesNothingAndAWellFormedOneDoes) {
       {"transport 5.5.5.5:0 add 5.5.5.5 extra", "transport 5.5.5.5:0 add 5.5.5.5"},
       {"route 5.5.5.5/32 via 10.0.12.2 Ethernet1 via 10.0.12.6",
        "route 5.5.5.5/32 via 10.0.12.2 Ethernet1 via 10.0.12.6 Ethernet2"},
+      // Next hops of either family, mixed within a route; a bad one spoils the whole line.
+      {"route 2001:db8::2/128 via 2001:db8:12::2 Ethernet1 via 2001:db8:12:::6 Ethernet2",
+       "route 2001:db8::2/128 via 2001:db8:12::2 Ethernet1 via 10.0.12.6 Ethernet2"},
       {"transport 2.2.2.2:0 drop 2.2.2.2", "transport 2.2.2.2:0 drop"},
       {"interface-addr 2.2.2.2:0 del 10.0.12.2 10.0.12.1",
        "interface-addr 2.2.2.2:0 del 10.0.12.2"},

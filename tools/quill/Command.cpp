@@ -143,7 +143,8 @@ Command parseRoute(Words& words) {
   } else {
     command.kind = RouteCommand::Kind::via;
     for (;;) {
-      const auto hop = words.value<Vela::IpAddr>("HOP");
+      // Either family, whatever the prefix's: the data model keeps the family with the hop.
+      const auto hop = words.value<Vela::IpGenAddr>("HOP");
       const auto intf = words.value<Vela::IntfId>("INTF");
       command.vias.push_back({hop, intf});
       if (words.atEnd()) break;
@@ -233,7 +234,7 @@ constexpr std::array kSyntax{
     Syntax{"route",
            "route PREFIX via HOP INTF [via HOP INTF]... | route PREFIX connected INTF | "
            "route PREFIX del",
-           "adds, replaces or removes a route (HOP is IPv4)", &parseRoute},
+           "adds, replaces or removes a route (HOP is IPv4 or IPv6)", &parseRoute},
     Syntax{"local-binding", "local-binding FEC add|del LABEL",
            "a local label of a FEC (LABEL 0..1048575)", &parseLocalBinding},
     Syntax{"peer-binding", "peer-binding ROUTER FEC add|del LABEL",
