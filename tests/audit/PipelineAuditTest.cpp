@@ -4,8 +4,7 @@
 
 #include <functional>
 
-#include "quill/audit/PipelineAudit.h"
-#include "sim/Agent.h"
+#include "sim/Soak.h"
 #include "tests/support/Values.h"
 
 namespace {
@@ -24,11 +23,7 @@ class PipelineAuditTest : public ::testing::Test {
     colls.localTable->bindingIs(fec)->mplsLabelIs(v<Vela::MplsLabel>("100"));
     agent.peerBindingIs(router, fec, v<Vela::MplsLabel>("200"));
   }
-  Quill::AuditReport audit() const {
-    const Quill::ResolutionTables tables{agent.nexthopConfig().ptr(), agent.nexthopStatus().ptr(),
-                                         agent.forwardingStatus().ptr()};
-    return Quill::auditPipeline(*agent.manager(), &tables);
-  }
+  Quill::AuditReport audit() const { return Sim::auditAgent(agent); }
 
   const Mpls::RouterId router = v<Mpls::RouterId>("2.2.2.2:0");
   const Mpls::FwdEqvClass fec = v<Mpls::FwdEqvClass>("p2mp/1.1.1.1/0100040000002a");

@@ -77,7 +77,10 @@ class FecRouterNexthopInfoSmTest : public ::testing::Test {
   Vox::Ptr<FecRouterNexthopInfoSm> sm;
 };
 
-TEST_F(FecRouterNexthopInfoSmTest, OnlyTheFecsThatMustMoveMove) {
+// Where FECs move when a via comes or goes is PipelinePropertyTest's
+// (ViaChoicesMoveOnlyWhereTheyMust) and the ring's (ConsistentHashCircleChurnTest); here, the ends:
+// nothing before the first via, and the router's FECs and its ring gone with the last.
+TEST_F(FecRouterNexthopInfoSmTest, TheFirstViaTakesEveryFecAndTheLastLeavesNoRing) {
   start();
   bindAll(router);
   EXPECT_TRUE(choices(router).empty()) << "bindings without vias choose nothing";
@@ -86,31 +89,14 @@ TEST_F(FecRouterNexthopInfoSmTest, OnlyTheFecsThatMustMoveMove) {
   ASSERT_EQ(one.size(), kFecs);
   for (const auto& [i, chosen] : one)
     EXPECT_EQ(chosen, via(0).valueToStrep());
-
-  viaIs(router, via(1));
-  viaIs(router, via(2));
-  const auto three = choices(router);
-  viaIs(router, via(3));  // a via comes: FECs move only onto it
-  const auto four = choices(router);
-  int moved = 0;
-  for (const auto& [i, chosen] : four) {
-    if (chosen != three.at(i)) {
-      EXPECT_EQ(chosen, via(3).valueToStrep());
-      ++moved;
-    }
-  }
-  EXPECT_GT(moved, int(kFecs) / 8);
-  EXPECT_LT(moved, int(kFecs) * 3 / 8);
-  viaDel(router, via(1));  // a via goes: only its FECs move
-  for (const auto& [i, chosen] : choices(router)) {
-    if (four.at(i) != via(1).valueToStrep()) {
-      EXPECT_EQ(chosen, four.at(i));
-    }
-    EXPECT_NE(chosen, via(1).valueToStrep());
-  }
+  viaIs(router, via(1));  // equal weights: an even share each
+  int second = 0;
+  for (const auto& [i, chosen] : choices(router))
+    second += chosen == via(1).valueToStrep();
+  EXPECT_GT(second, int(kFecs) / 4);
+  EXPECT_LT(second, int(kFecs) * 3 / 4);
   viaDel(router, via(0));
-  viaDel(router, via(2));
-  viaDel(router, via(3));  // the last via: the router leaves every FEC and its ring goes
+  viaDel(router, via(1));
   EXPECT_EQ(out->fecRouterNexthops(), 0u);
   EXPECT_EQ(sm->fecViaConsistentHashColl()->consistentHash(router), nullptr);
 }

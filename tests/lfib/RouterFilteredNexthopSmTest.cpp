@@ -43,24 +43,16 @@ class RouterFilteredNexthopSmTest : public ::testing::Test {
   Vox::Ptr<Mpls::RouterFilteredNexthopSm> sm;
 };
 
-TEST_F(RouterFilteredNexthopSmTest, OnlyViasUnderTheRoutersOwnAddressesSurvive) {
+// Which vias and justifications survive is the audit's (PipelinePropertyTest, after every change);
+// here, what it cannot see: the router's entry goes with its last via.
+TEST_F(RouterFilteredNexthopSmTest, OnlyViasUnderTheRoutersOwnAddressesSurviveAndNoEmptyEntry) {
   start();
   addr("2.2.2.2:0", "10.1.2.2");  // known before any next-hop
   addr("3.3.3.3:0", "10.1.3.3");  // a router with addresses only
-  EXPECT_TRUE(output().empty());
   hop("2.2.2.2:0", "10.1.1.2-Ethernet1");
   hop("2.2.2.2:0", "10.1.2.2-Ethernet2");
-  hop("2.2.2.2:0", "10.1.2.2-Ethernet3");
-  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.2.2-Ethernet2 10.1.2.2",
-                             "2.2.2.2:0 10.1.2.2-Ethernet3 10.1.2.2"}));
-  hop("2.2.2.2:0", "10.1.2.2-Ethernet3", "", false);  // only that via goes
   EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.2.2-Ethernet2 10.1.2.2"}));
-  addr("2.2.2.2:0", "10.1.1.2");
-  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.1.2-Ethernet1 10.1.1.2",
-                             "2.2.2.2:0 10.1.2.2-Ethernet2 10.1.2.2"}));
   addr("2.2.2.2:0", "10.1.2.2", false);
-  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.1.2-Ethernet1 10.1.1.2"}));
-  addr("2.2.2.2:0", "10.1.1.2", false);  // the last via takes the router's entry with it
   EXPECT_EQ(out->routerNexthops(), 0u);
 }
 

@@ -64,16 +64,6 @@ TEST_F(RouterIpNexthopInfoSmTest, OnlyMplsInterfacesPassAndTheyComeAndGoWhole) {
   EXPECT_TRUE(output().empty());
 }
 
-TEST_F(RouterIpNexthopInfoSmTest, OneHopAddressOnTwoMplsInterfacesSharesItsEntry) {
-  mpls("Ethernet1", true);
-  mpls("Ethernet2", true);
-  start();
-  add("2.2.2.2:0", "10.1.1.2-Ethernet1");
-  add("2.2.2.2:0", "10.1.1.2-Ethernet2");
-  EXPECT_EQ(out->routerIpNexthop(v<RouterId>("2.2.2.2:0"))->ipNexthopInfos(), 1u);
-  EXPECT_EQ(output().size(), 2u);
-}
-
 TEST_F(RouterIpNexthopInfoSmTest, InitializationRebuildsFromBothInputs) {
   mpls("Ethernet1", true);
   add("2.2.2.2:0", "10.1.1.2-Ethernet1");

@@ -8,7 +8,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "quill/audit/PipelineAudit.h"
+#include "sim/Soak.h"
 
 namespace {
 
@@ -43,9 +43,7 @@ std::map<std::string, std::string> chosenVias(const Sim::Agent& agent) {
 
 // Empty when the audit finds every stage, resolution included, as its rule says.
 std::string auditDifferences(const Sim::Agent& agent) {
-  const Quill::ResolutionTables tables{agent.nexthopConfig().ptr(), agent.nexthopStatus().ptr(),
-                                       agent.forwardingStatus().ptr()};
-  const Quill::AuditReport report = Quill::auditPipeline(*agent.manager(), &tables);
+  const Quill::AuditReport report = Sim::auditAgent(agent);
   return report.ok() ? "" : report.text();
 }
 
@@ -125,39 +123,36 @@ TEST_F(TopologyTest, FullOutputHasOneBranchPerPairOverThePeersOwnLinks) {
   EXPECT_EQ(usedVias.size(), uint64_t{topology.shape().peers} * topology.shape().linksPerPeer);
 }
 
-TEST_F(TopologyTest, ColdStartOverTheSameInputsGivesTheSameOutput) {
+// Changes made while nothing runs reach the output at the next start, whether the stages start
+// over empty tables or over what they built before they stopped.
+TEST_F(TopologyTest, StartingOverTheSameInputsGivesTheSameOutputColdOrWarm) {
   Sim::Agent cold;
   cold.stop();
   std::ostringstream progress;
   topology.apply(cold, &progress);
   EXPECT_EQ(cold.colls().lfib->labelForwardings(), 0u);
-  cold.start();
-  EXPECT_EQ(auditDifferences(cold), "");
+  const auto before = lfibLines(agent);
+  agent.stop();
+  for (Sim::Agent* stopped : {&cold, &agent}) {
+    topology.linkDown(*stopped, 5, 2);
+    stopped->start();
+    EXPECT_EQ(auditDifferences(*stopped), "");
+  }
   EXPECT_EQ(lfibLines(cold), lfibLines(agent));
+  EXPECT_NE(lfibLines(agent), before);
   EXPECT_NE(progress.str().find("100% (" + std::to_string(topology.changes())), std::string::npos)
       << progress.str();
 }
 
-// Each change is audited, changes only what it must, and is undone by its counterpart.
+// Each change is audited, changes what it must, and is undone by its counterpart.
 TEST_F(TopologyTest, ChangesMoveOnlyWhatTheyMustAndTheirCounterpartsRestoreEverything) {
   const auto before = lfibLines(agent);
   const auto chosenBefore = chosenVias(agent);
-  // A link goes down: only the trees on it move, and off it.
-  const std::string downVia =
-      Mpls::FibVia(Vela::IpGenAddr(topology.linkAddr(5, 2)), topology.linkIntf(5, 2))
-          .valueToStrep();
+  // A link goes down and up again: its trees come back to it (that only they moved, and only off
+  // it, is PipelinePropertyTest's ViaChoicesMoveOnlyWhereTheyMust).
   topology.linkDown(agent, 5, 2);
   EXPECT_EQ(auditDifferences(agent), "");
-  const auto during = chosenVias(agent);
-  ASSERT_EQ(during.size(), chosenBefore.size());
-  int moved = 0;
-  for (const auto& [pair, via] : chosenBefore) {
-    EXPECT_NE(during.at(pair), downVia) << pair;
-    if (during.at(pair) == via) continue;
-    ++moved;
-    EXPECT_EQ(via, downVia) << pair << " moved although its link stayed";
-  }
-  EXPECT_GT(moved, 0);
+  EXPECT_NE(chosenVias(agent), chosenBefore);
   topology.linkUp(agent, 5);
   EXPECT_EQ(chosenVias(agent), chosenBefore);
   EXPECT_EQ(lfibLines(agent), before);
