@@ -128,6 +128,7 @@ class MemberReactor : public MemberT::NotifieeConst {
   }
 
   const Member* member() const { return this->notifier(); }
+  // The member is held (counted) for the reactor's whole life: its key is always there.
   const Key& key() const { return member()->key(); }
   Owner* owner() const { return owner_; }
 
@@ -145,6 +146,7 @@ class MemberReactor : public MemberT::NotifieeConst {
     if constexpr (StageOwner<Owner>) {
       return std::tuple<const Key&>(key());
     } else {
+      // The owner is always there: the nested reactor lives in its slot and cannot be held past it.
       return std::tuple_cat(owner_->keys(), std::tuple<const Key&>(key()));
     }
   }
