@@ -128,6 +128,7 @@ class MemberReactor : public MemberT::NotifieeConst {
   }
 
   const Member* member() const { return this->notifier(); }
+  // The member is held (counted) for the reactor's whole life: its key is always there.
   const Key& key() const { return member()->key(); }
 
   Owner* owner() const { return owner_; }
@@ -294,7 +295,8 @@ class MemberCollForwarder : public MemberReactor<Derived, Owner, typename CollAt
       forwardNested(*nested);
     }
   }
-  // A member left: what it held, read from the member itself, which still holds it.
+  // A member left: what it held, read from the member itself, which still holds it (so its key
+  // is its own, never a stand-in for a member already gone).
   void onMemberRemoved(const AttributeInfo& attr, const void* key, const Entity& removed) override {
     if constexpr (R == Removal::kZombie) {
       if (CollAttr::match(attr, key) && this->ownerReady()) {

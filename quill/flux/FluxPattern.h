@@ -17,14 +17,19 @@
 // then publishes `outputState.pipeline0Ready`. Justified elements are never removed and re-added.
 // Readiness and reconciliation happen once per reactor life.
 //
-// A pipeline states only its keys, its state machines (type aliases of these templates), its
-// streams and `eventToPipeline0`; see IpAddrToRouterIdInfoSm.h for the smallest.
+// A pipeline states only its keys, its state machines (each a class over one of these templates
+// that names its key handler, `handle<Attr>`, after the watched attribute), its streams and
+// `eventToPipeline0`; see IpAddrToRouterIdInfoSm.h for the smallest. The reactor creates each
+// top-level state machine through its `<attr>Sm<n>Is` (`inputSmIs`) and lets it go through
+// `<attr>Sm<n>Del` (`inputSmDel`, which lets the children go by `childSmDelAll`): its destructor
+// does so, in declaration order, emitting nothing, so the output stays for the next instance.
 #include <functional>
 #include <map>
 #include <optional>
 #include <sstream>
 #include <string>
 #include <tuple>
+#include <type_traits>
 
 #include "platform/flux/InputStateMachine.h"
 #include "platform/vox/Exception.h"
@@ -143,25 +148,74 @@ class InputSm : public Flx::Gen::InputStateMachine {
   VoxEn observer_;
 };
 
-// A state machine on a keyed set: one event per key of the set.
-template <class Attr>
-class SetSm : public InputSm<Attr, SetSm<Attr>> {
-  using Base = InputSm<Attr, SetSm<Attr>>;
+// Where a state machine's events go. A top-level machine (`SmKey` = `TopLevel`) hands them to
+// the pipeline as they are. A child carries its entry's key in the parent's collection, `smKey`,
+// fixed at creation, and hands it over with every event for the parent to prepend, so the
+// parent's callback needs nothing but the parent.
+struct TopLevel {};
+
+template <class Keys, class SmKey>
+class EventSink {
+ public:
+  using SmKeyType = SmKey;
+  using Sink = std::function<void(const SmKey&, const Keys&, Presence)>;
+  const SmKey& smKey() const { return smKey_; }
+
+ protected:
+  EventSink(const SmKey& smKey, Sink sink) : smKey_(smKey), sink_(std::move(sink)) {}
+  void emit(const Keys& keys, Presence present) const { sink_(smKey_, keys, present); }
+
+ private:
+  SmKey smKey_;
+  Sink sink_;
+};
+
+template <class Keys>
+class EventSink<Keys, TopLevel> {
+ public:
+  using SmKeyType = TopLevel;
+  using Sink = std::function<void(const Keys&, Presence)>;
+
+ protected:
+  explicit EventSink(Sink sink) : sink_(std::move(sink)) {}
+  void emit(const Keys& keys, Presence present) const { sink_(keys, present); }
+
+ private:
+  Sink sink_;
+};
+
+// A state machine on a keyed set: one event per key of the set. A pipeline derives its named
+// state machine from it, whose `handle<Attr>` is `handleKey`.
+template <class Attr, class SmKey = TopLevel>
+class SetSm : public InputSm<Attr, SetSm<Attr, SmKey>>,
+              public EventSink<std::tuple<typename Attr::Key>, SmKey> {
+  using Base = InputSm<Attr, SetSm<Attr, SmKey>>;
+  using Out = EventSink<std::tuple<typename Attr::Key>, SmKey>;
 
  public:
   using Key = typename Attr::Key;
   using Keys = std::tuple<Key>;
-  using Sink = std::function<void(const Keys&, Presence)>;
+  using Sink = typename Out::Sink;
   struct Config {
     SmIdentity identity;
     // Whether the machine checks, when withdrawn, that it saw every change of the set.
     bool tracksVersion;
   };
 
+  // A top-level state machine; `onScanComplete` runs when its scan is done.
   SetSm(const Vox::Ptr<const typename Base::En>& en, const void* parent, Sink sink,
-        const Config& config, std::function<void()> onScanComplete = {})
+        const Config& config,
+        std::function<void()> onScanComplete = {}) requires std::is_same_v<SmKey, TopLevel>
       : Base(en, parent, config.identity, std::move(onScanComplete)),
-        sink_(std::move(sink)),
+        Out(std::move(sink)),
+        tracksVersion_(config.tracksVersion) {
+    this->handleInitialized();
+  }
+  // A child state machine, for the entry of `smKey` in its parent's collection.
+  SetSm(const Vox::Ptr<const typename Base::En>& en, const void* parent, const SmKey& smKey,
+        Sink sink, const Config& config) requires(!std::is_same_v<SmKey, TopLevel>)
+      : Base(en, parent, config.identity, {}),
+        Out(smKey, std::move(sink)),
         tracksVersion_(config.tracksVersion) {
     this->handleInitialized();
   }
@@ -174,7 +228,7 @@ class SetSm : public InputSm<Attr, SetSm<Attr>> {
     this->traceKey(key);
     const auto& set = Attr::of(*this->en());
     if (tracksVersion_) versionIs(set.version());
-    sink_(Keys(key), presence(set.contains(key)));
+    this->emit(Keys(key), presence(set.contains(key)));
   }
 
   // Withdraws every element still in the set, after checking that no change went unseen.
@@ -190,7 +244,7 @@ class SetSm : public InputSm<Attr, SetSm<Attr>> {
                  __FILE__, __LINE__);
     }
     for (const Key& key : set)
-      sink_(Keys(key), std::nullopt);
+      this->emit(Keys(key), std::nullopt);
   }
 
   // End of the scan: the version the machine has seen.
@@ -199,31 +253,50 @@ class SetSm : public InputSm<Attr, SetSm<Attr>> {
   }
 
  private:
-  Sink sink_;
   bool tracksVersion_;
   uint32_t version_ = 0;
 };
 
-// A state machine on a collection whose entries hold nested collections: one child state
-// machine per entry; the children's events reach the sink with the entry's key prepended.
+// The keys of a collection state machine's events: its entry's key, then its child's keys.
 template <class Attr, class Child>
-class CollSm : public InputSm<Attr, CollSm<Attr, Child>> {
-  using Base = InputSm<Attr, CollSm<Attr, Child>>;
+using CollKeys = decltype(std::tuple_cat(std::tuple<typename Attr::Key>(), typename Child::Keys()));
+
+// A state machine on a collection whose entries hold nested collections: one child state
+// machine per entry, created with the entry's key as its `smKey`; the children's events reach
+// the sink with that key prepended. A pipeline derives its named state machine from it, whose
+// `handle<Attr>` is `handleKey`.
+template <class Attr, class Child, class SmKey = TopLevel>
+class CollSm : public InputSm<Attr, CollSm<Attr, Child, SmKey>>,
+               public EventSink<CollKeys<Attr, Child>, SmKey> {
+  using Base = InputSm<Attr, CollSm<Attr, Child, SmKey>>;
   using Member = typename Attr::Member;
+  using Out = EventSink<CollKeys<Attr, Child>, SmKey>;
 
  public:
   using Key = typename Attr::Key;
-  using Keys = decltype(std::tuple_cat(std::tuple<Key>(), typename Child::Keys()));
-  using Sink = std::function<void(const Keys&, Presence)>;
+  using Keys = CollKeys<Attr, Child>;
+  using Sink = typename Out::Sink;
   struct Config {
     SmIdentity identity;
     typename Child::Config child;
   };
+  static_assert(std::is_same_v<typename Child::SmKeyType, Key>,
+                "a child is keyed like the entry it watches");
 
+  // A top-level state machine; `onScanComplete` runs when its scan is done.
   CollSm(const Vox::Ptr<const typename Base::En>& en, const void* parent, Sink sink,
-         const Config& config, std::function<void()> onScanComplete = {})
+         const Config& config,
+         std::function<void()> onScanComplete = {}) requires std::is_same_v<SmKey, TopLevel>
       : Base(en, parent, config.identity, std::move(onScanComplete)),
-        sink_(std::move(sink)),
+        Out(std::move(sink)),
+        childConfig_(config.child) {
+    this->handleInitialized();
+  }
+  // A child state machine, for the entry of `smKey` in its parent's collection.
+  CollSm(const Vox::Ptr<const typename Base::En>& en, const void* parent, const SmKey& smKey,
+         Sink sink, const Config& config) requires(!std::is_same_v<SmKey, TopLevel>)
+      : Base(en, parent, config.identity, {}),
+        Out(smKey, std::move(sink)),
         childConfig_(config.child) {
     this->handleInitialized();
   }
@@ -244,7 +317,7 @@ class CollSm : public InputSm<Attr, CollSm<Attr, Child>> {
 
   // A child's event, with the child's key prepended.
   void onChildEvent(const Key& smKey, const typename Child::Keys& keys, Presence present) {
-    sink_(std::tuple_cat(std::tuple<Key>(smKey), keys), present);
+    this->emit(std::tuple_cat(std::tuple<Key>(smKey), keys), present);
   }
 
   Vox::Ptr<Child> childSm(const Key& key) const {
@@ -260,20 +333,22 @@ class CollSm : public InputSm<Attr, CollSm<Attr, Child>> {
       if (existing->parent() != parent) reinstantiation("_parent", existing->parent(), parent);
       return existing;
     }
-    const Key smKey = key;
     auto child = Vox::create<Child>(
-        entry, parent,
-        [this, smKey](const typename Child::Keys& keys, Presence present) {
+        entry, parent, key,
+        [this](const Key& smKey, const typename Child::Keys& keys, Presence present) {
           onChildEvent(smKey, keys, present);
         },
         childConfig_);
-    children_.insert(smKey, child);
+    children_.insert(key, child);
     return child;
   }
   void childSmDel(const Key& key) { children_.erase(key); }
+  // Lets every child go, and theirs in turn, emitting nothing.
   void childSmDelAll() {
-    for (auto it = children_.begin(); it != children_.end(); ++it)
+    for (auto it = children_.begin(); it != children_.end(); ++it) {
+      if constexpr (requires(Child & c) { c.childSmDelAll(); }) it.value()->childSmDelAll();
       children_.erase(it.key());
+    }
   }
 
   void doDeleteAll() override {
@@ -306,13 +381,12 @@ class CollSm : public InputSm<Attr, CollSm<Attr, Child>> {
     Vox::fatal(text.str(), __FILE__, __LINE__);
   }
 
-  Sink sink_;
   typename Child::Config childConfig_;
   Vox::KeyedTable<Key, Vox::Ptr<Child>, Vox::MemoryKind::kFlux> children_;
 };
 
 // The reactor around a pipeline. `Self` provides:
-//   void createInputStateMachines();     creates and registers the top-level state machines
+//   void createInputStateMachines();     creates the top-level state machines (`inputSmIs`)
 //   bool outputEmpty() const;
 //   template <class F> void forEachOutputElement(F f) const;   f(Pipeline0KeyType) per element
 //   void removeOutputElement(const Pipeline0KeyType&);         removes one, deleting empty entries
@@ -412,10 +486,25 @@ class FluxPipeline : public StageReactor<Self> {
   void notePipeline0(const Pipeline0KeyType& key) {
     if (pipeline0Reconciling_) pipeline0SeenIs(key);
   }
-  // Registers a top-level state machine as an input of pipeline 0.
+  // Creates a top-level state machine from `args` (it scans its input at once) and registers
+  // it under `name` as an input of pipeline 0, letting go of the one held before.
+  template <class Sm, class... Args>
+  const Vox::Ptr<Sm>& inputSmIs(const std::string& name, Vox::Ptr<Sm>& held, Args&&... args) {
+    inputSmDel(name, held);
+    held = Vox::create<Sm>(std::forward<Args>(args)...);
+    pipeline0InputIs(name, Vox::Ptr<Flx::Gen::InputStateMachine>(held));
+    return held;
+  }
+  // Lets a top-level state machine go: it stops following its input and its children go,
+  // emitting nothing, so the output keeps what they contributed for the next instance to
+  // reconcile. Whoever still holds it holds a silent, childless one.
   template <class Sm>
-  void registerInput(const std::string& name, const Vox::Ptr<Sm>& sm) {
-    pipeline0InputIs(name, Vox::Ptr<Flx::Gen::InputStateMachine>(sm));
+  void inputSmDel(const std::string& name, Vox::Ptr<Sm>& held) {
+    if (!held) return;
+    held->voxDoZombieReactors(true);
+    if constexpr (requires { held->childSmDelAll(); }) held->childSmDelAll();
+    pipeline0InputDel(name);
+    held = nullptr;
   }
 
  private:

@@ -13,19 +13,25 @@ IntfToRouterNexthopInfoSm::IntfToRouterNexthopInfoSm(
 
 IntfToRouterNexthopInfoSm::~IntfToRouterNexthopInfoSm() {
   handleDelete();
+  routerNexthopSm0Del();
 }
 
 void IntfToRouterNexthopInfoSm::createInputStateMachines() {
+  routerNexthopSm0Is(routerNexthopColl_);
+}
+
+const Vox::Ptr<IntfToRouterNexthopInfoSm::RouterNexthopSm0>&
+IntfToRouterNexthopInfoSm::routerNexthopSm0Is(
+    const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopColl) {
   const RouterNexthopSm0::Config config{
       {"RouterNexthopSm0", "handleRouterNexthop", "routerNexthop", &traceHandle()},
       {{"ViaSm1", "handleVia", "via", &traceHandle()}, true}};
-  routerNexthopSm0_ = Vox::create<RouterNexthopSm0>(
-      routerNexthopColl_, this,
+  return inputSmIs(
+      "routerNexthopSm0", routerNexthopSm0_, routerNexthopColl, this,
       [this](const RouterNexthopSm0::Keys& keys, Presence present) {
         eventToPipeline0(std::get<0>(keys), std::get<1>(keys), present);
       },
       config, [this] { inputSmScanState()->routerNexthopSm0Is(true); });
-  registerInput("routerNexthopSm0", routerNexthopSm0_);
 }
 
 void IntfToRouterNexthopInfoSm::eventToPipeline0(const RouterId& routerId, const FibVia& via,

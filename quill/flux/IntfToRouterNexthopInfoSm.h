@@ -24,8 +24,19 @@ using Pipeline0KeyType =
     Quill::Flux::FluxKey<"Mpls::IntfToRouterNexthopInfoSm::Pipeline0KeyType",
                          Quill::Flux::FieldNames<"fibVia0", "routerNexthop1", "fibVia2">,
                          Vela::IntfId, RouterId, FibVia>;
-using ViaSm1 = Quill::Flux::SetSm<RouterNexthopInfo::viaAttribute>;
-using RouterNexthopSm0 = Quill::Flux::CollSm<RouterNexthopInfoColl::routerNexthopAttribute, ViaSm1>;
+// One per router entry (its `smKey`): its via set.
+class ViaSm1 : public Quill::Flux::SetSm<RouterNexthopInfo::viaAttribute, RouterId> {
+ public:
+  using SetSm::SetSm;
+  void handleVia(const FibVia& via) { handleKey(via); }
+};
+// The routers.
+class RouterNexthopSm0
+    : public Quill::Flux::CollSm<RouterNexthopInfoColl::routerNexthopAttribute, ViaSm1> {
+ public:
+  using CollSm::CollSm;
+  void handleRouterNexthop(const RouterId& routerId) { handleKey(routerId); }
+};
 }  // namespace FluxCode::IntfToRouterNexthopInfoSm
 
 class IntfToRouterNexthopInfoSm
@@ -52,7 +63,9 @@ class IntfToRouterNexthopInfoSm
   }
 
   const Vox::Ptr<RouterNexthopSm0>& routerNexthopSm0() const { return routerNexthopSm0_; }
-  void routerNexthopSm0Del() { routerNexthopSm0_ = nullptr; }
+  const Vox::Ptr<RouterNexthopSm0>& routerNexthopSm0Is(
+      const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopColl);
+  void routerNexthopSm0Del() { inputSmDel("routerNexthopSm0", routerNexthopSm0_); }
 
   void eventToPipeline0(const RouterId& routerId, const FibVia& via, Quill::Flux::Presence present);
 

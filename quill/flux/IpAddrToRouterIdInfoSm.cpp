@@ -12,19 +12,24 @@ IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSm(const Vox::Ptr<const RouterIpAddr
 
 IpAddrToRouterIdInfoSm::~IpAddrToRouterIdInfoSm() {
   handleDelete();
+  routerIpAddrSm0Del();
 }
 
 void IpAddrToRouterIdInfoSm::createInputStateMachines() {
+  routerIpAddrSm0Is(routers_);
+}
+
+const Vox::Ptr<IpAddrToRouterIdInfoSm::RouterIpAddrSm0>& IpAddrToRouterIdInfoSm::routerIpAddrSm0Is(
+    const Vox::Ptr<const RouterIpAddrInfoColl>& routers) {
   const RouterIpAddrSm0::Config config{
       {"RouterIpAddrSm0", "handleRouterIpAddr", "routerIpAddr", &traceHandle()},
       {{"IpAddrSm1", "handleIpAddr", "ipAddr", &traceHandle()}, true}};
-  routerIpAddrSm0_ = Vox::create<RouterIpAddrSm0>(
-      routers_, this,
+  return inputSmIs(
+      "routerIpAddrSm0", routerIpAddrSm0_, routers, this,
       [this](const RouterIpAddrSm0::Keys& keys, Presence present) {
         eventToPipeline0(std::get<0>(keys), std::get<1>(keys), present);
       },
       config, [this] { inputSmScanState()->routerIpAddrSm0Is(true); });
-  registerInput("routerIpAddrSm0", routerIpAddrSm0_);
 }
 
 void IpAddrToRouterIdInfoSm::eventToPipeline0(const RouterId& routerId,

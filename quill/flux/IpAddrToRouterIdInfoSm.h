@@ -26,10 +26,19 @@ using OutputState = Quill::Flux::OutputState;
 using Pipeline0KeyType =
     Quill::Flux::FluxKey<"Mpls::IpAddrToRouterIdInfoSm::Pipeline0KeyType",
                          Quill::Flux::FieldNames<"a0", "r1">, Vela::IpGenAddr, RouterId>;
-// One per router entry: its address set.
-using IpAddrSm1 = Quill::Flux::SetSm<RouterIpAddrInfo::ipAddrAttribute>;
+// One per router entry (its `smKey`): its address set.
+class IpAddrSm1 : public Quill::Flux::SetSm<RouterIpAddrInfo::ipAddrAttribute, RouterId> {
+ public:
+  using SetSm::SetSm;
+  void handleIpAddr(const Vela::IpGenAddr& ipAddr) { handleKey(ipAddr); }
+};
 // The routers.
-using RouterIpAddrSm0 = Quill::Flux::CollSm<RouterIpAddrInfoColl::routerIpAddrAttribute, IpAddrSm1>;
+class RouterIpAddrSm0
+    : public Quill::Flux::CollSm<RouterIpAddrInfoColl::routerIpAddrAttribute, IpAddrSm1> {
+ public:
+  using CollSm::CollSm;
+  void handleRouterIpAddr(const RouterId& routerId) { handleKey(routerId); }
+};
 }  // namespace FluxCode::IpAddrToRouterIdInfoSm
 
 class IpAddrToRouterIdInfoSm
@@ -53,8 +62,12 @@ class IpAddrToRouterIdInfoSm
   }
   auto constructorArguments() const { return std::tuple(routers_.ptr(), addrs_.ptr()); }
 
+  // The router state machine: created over `routers` at initialization (it scans them at once),
+  // let go at destruction without a word.
   const Vox::Ptr<RouterIpAddrSm0>& routerIpAddrSm0() const { return routerIpAddrSm0_; }
-  void routerIpAddrSm0Del() { routerIpAddrSm0_ = nullptr; }
+  const Vox::Ptr<RouterIpAddrSm0>& routerIpAddrSm0Is(
+      const Vox::Ptr<const RouterIpAddrInfoColl>& routers);
+  void routerIpAddrSm0Del() { inputSmDel("routerIpAddrSm0", routerIpAddrSm0_); }
 
   // One (router, address) element appeared or went.
   void eventToPipeline0(const RouterId& routerId, const Vela::IpGenAddr& ipAddr,

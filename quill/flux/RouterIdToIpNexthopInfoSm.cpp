@@ -16,30 +16,41 @@ RouterIdToIpNexthopInfoSm::RouterIdToIpNexthopInfoSm(
 
 RouterIdToIpNexthopInfoSm::~RouterIdToIpNexthopInfoSm() {
   handleDelete();
+  intfRouterNexthopSm0Del();
+  intfIdSm3Del();
 }
 
 void RouterIdToIpNexthopInfoSm::createInputStateMachines() {
   // The interface set first: its scan already joins against the whole first input, and the
   // later scan of that input delivers the same elements again, which changes nothing.
-  const IntfIdSm3::Config intfConfig{{"IntfIdSm3", "handleIntfId", "intfId", &traceHandle()}, true};
-  intfIdSm3_ = Vox::create<IntfIdSm3>(
-      mplsIntfColl_, this,
+  intfIdSm3Is(mplsIntfColl_);
+  intfRouterNexthopSm0Is(intfRouterColl_);
+}
+
+const Vox::Ptr<RouterIdToIpNexthopInfoSm::IntfIdSm3>& RouterIdToIpNexthopInfoSm::intfIdSm3Is(
+    const Vox::Ptr<const MplsIntfColl>& mplsIntfColl) {
+  const IntfIdSm3::Config config{{"IntfIdSm3", "handleIntfId", "intfId", &traceHandle()}, true};
+  return inputSmIs(
+      "intfIdSm3", intfIdSm3_, mplsIntfColl, this,
       [this](const IntfIdSm3::Keys& keys, Presence present) {
         eventToIntfStream(std::get<0>(keys), present);
       },
-      intfConfig, [this] { inputSmScanState()->intfIdSm3Is(true); });
+      config, [this] { inputSmScanState()->intfIdSm3Is(true); });
+}
+
+const Vox::Ptr<RouterIdToIpNexthopInfoSm::IntfRouterNexthopSm0>&
+RouterIdToIpNexthopInfoSm::intfRouterNexthopSm0Is(
+    const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterColl) {
   const IntfRouterNexthopSm0::Config config{
       {"IntfRouterNexthopSm0", "handleIntfRouterNexthop", "intfRouterNexthop", &traceHandle()},
       {{"RouterNexthopInfoSm1", "handleRouterNexthopInfo", "routerNexthopInfo", &traceHandle()},
        {{"ViaSm2", "handleVia", "via", &traceHandle()}, true}}};
-  intfRouterNexthopSm0_ = Vox::create<IntfRouterNexthopSm0>(
-      intfRouterColl_, this,
+  return inputSmIs(
+      "intfRouterNexthopSm0", intfRouterNexthopSm0_, intfRouterColl, this,
       [this](const IntfRouterNexthopSm0::Keys& keys, Presence present) {
         eventToIntfRouterStream(std::get<0>(keys), std::get<1>(keys), std::get<2>(keys), present);
       },
       config, [this] { inputSmScanState()->intfRouterNexthopSm0Is(true); });
-  registerInput("intfRouterNexthopSm0", intfRouterNexthopSm0_);
-  registerInput("intfIdSm3", intfIdSm3_);
 }
 
 void RouterIdToIpNexthopInfoSm::eventToIntfRouterStream(Vela::IntfId intfId,

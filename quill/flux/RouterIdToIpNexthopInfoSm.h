@@ -25,13 +25,34 @@ using OutputState = Quill::Flux::OutputState;
 using Pipeline0KeyType = Quill::Flux::FluxKey<"Mpls::RouterIdToIpNexthopInfoSm::Pipeline0KeyType",
                                               Quill::Flux::FieldNames<"rid0", "via1", "via2">,
                                               RouterId, Vela::IpGenAddr, FibVia>;
-using ViaSm2 = Quill::Flux::SetSm<RouterNexthopInfo::viaAttribute>;
-using RouterNexthopInfoSm1 =
-    Quill::Flux::CollSm<IntfRouterNexthopInfo::routerNexthopInfoAttribute, ViaSm2>;
-using IntfRouterNexthopSm0 =
-    Quill::Flux::CollSm<IntfRouterNexthopInfoColl::intfRouterNexthopAttribute,
-                        RouterNexthopInfoSm1>;
-using IntfIdSm3 = Quill::Flux::SetSm<MplsIntfColl::intfIdAttribute>;
+// One per router under an interface (its `smKey`): the router's via set.
+class ViaSm2 : public Quill::Flux::SetSm<RouterNexthopInfo::viaAttribute, RouterId> {
+ public:
+  using SetSm::SetSm;
+  void handleVia(const FibVia& via) { handleKey(via); }
+};
+// One per interface entry (its `smKey`): the routers under it.
+class RouterNexthopInfoSm1
+    : public Quill::Flux::CollSm<IntfRouterNexthopInfo::routerNexthopInfoAttribute, ViaSm2,
+                                 Vela::IntfId> {
+ public:
+  using CollSm::CollSm;
+  void handleRouterNexthopInfo(const RouterId& routerId) { handleKey(routerId); }
+};
+// The interfaces with router vias.
+class IntfRouterNexthopSm0
+    : public Quill::Flux::CollSm<IntfRouterNexthopInfoColl::intfRouterNexthopAttribute,
+                                 RouterNexthopInfoSm1> {
+ public:
+  using CollSm::CollSm;
+  void handleIntfRouterNexthop(Vela::IntfId intfId) { handleKey(intfId); }
+};
+// The MPLS interfaces.
+class IntfIdSm3 : public Quill::Flux::SetSm<MplsIntfColl::intfIdAttribute> {
+ public:
+  using SetSm::SetSm;
+  void handleIntfId(Vela::IntfId intfId) { handleKey(intfId); }
+};
 }  // namespace FluxCode::RouterIdToIpNexthopInfoSm
 
 class RouterIdToIpNexthopInfoSm
@@ -63,9 +84,12 @@ class RouterIdToIpNexthopInfoSm
   const Vox::Ptr<IntfRouterNexthopSm0>& intfRouterNexthopSm0() const {
     return intfRouterNexthopSm0_;
   }
-  void intfRouterNexthopSm0Del() { intfRouterNexthopSm0_ = nullptr; }
+  const Vox::Ptr<IntfRouterNexthopSm0>& intfRouterNexthopSm0Is(
+      const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterColl);
+  void intfRouterNexthopSm0Del() { inputSmDel("intfRouterNexthopSm0", intfRouterNexthopSm0_); }
   const Vox::Ptr<IntfIdSm3>& intfIdSm3() const { return intfIdSm3_; }
-  void intfIdSm3Del() { intfIdSm3_ = nullptr; }
+  const Vox::Ptr<IntfIdSm3>& intfIdSm3Is(const Vox::Ptr<const MplsIntfColl>& mplsIntfColl);
+  void intfIdSm3Del() { inputSmDel("intfIdSm3", intfIdSm3_); }
 
   // A via changed under an interface and router: passes only on MPLS interfaces.
   void eventToIntfRouterStream(Vela::IntfId intfId, const RouterId& routerId, const FibVia& via,

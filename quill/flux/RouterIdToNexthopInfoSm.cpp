@@ -14,30 +14,41 @@ RouterIdToNexthopInfoSm::RouterIdToNexthopInfoSm(
 
 RouterIdToNexthopInfoSm::~RouterIdToNexthopInfoSm() {
   handleDelete();
+  ipAddrRouterIdSm0Del();
+  ipNexthopSm2Del();
 }
 
 void RouterIdToNexthopInfoSm::createInputStateMachines() {
   // The next-hop side is scanned first; the router side's scan then joins against it.
-  const IpNexthopSm2::Config nexthopConfig{
+  ipNexthopSm2Is(ipNexthop_);
+  ipAddrRouterIdSm0Is(ipRouter_);
+}
+
+const Vox::Ptr<RouterIdToNexthopInfoSm::IpNexthopSm2>& RouterIdToNexthopInfoSm::ipNexthopSm2Is(
+    const Vox::Ptr<const IpNexthopInfoColl>& ipNexthop) {
+  const IpNexthopSm2::Config config{
       {"IpNexthopSm2", "handleIpNexthop", "ipNexthop", &traceHandle()},
       {{"ViaSm3", "handleVia", "via", &traceHandle()}, true}};
-  ipNexthopSm2_ = Vox::create<IpNexthopSm2>(
-      ipNexthop_, this,
+  return inputSmIs(
+      "ipNexthopSm2", ipNexthopSm2_, ipNexthop, this,
       [this](const IpNexthopSm2::Keys& keys, Presence present) {
         eventToIpNextHopStream(std::get<0>(keys), std::get<1>(keys), present);
       },
-      nexthopConfig, [this] { inputSmScanState()->ipNexthopSm2Is(true); });
-  const IpAddrRouterIdSm0::Config routerConfig{
+      config, [this] { inputSmScanState()->ipNexthopSm2Is(true); });
+}
+
+const Vox::Ptr<RouterIdToNexthopInfoSm::IpAddrRouterIdSm0>&
+RouterIdToNexthopInfoSm::ipAddrRouterIdSm0Is(
+    const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipRouter) {
+  const IpAddrRouterIdSm0::Config config{
       {"IpAddrRouterIdSm0", "handleIpAddrRouterId", "ipAddrRouterId", &traceHandle()},
       {{"RouterIdSm1", "handleRouterId", "routerId", &traceHandle()}, true}};
-  ipAddrRouterIdSm0_ = Vox::create<IpAddrRouterIdSm0>(
-      ipRouter_, this,
+  return inputSmIs(
+      "ipAddrRouterIdSm0", ipAddrRouterIdSm0_, ipRouter, this,
       [this](const IpAddrRouterIdSm0::Keys& keys, Presence present) {
         eventToIpRouterStream(std::get<0>(keys), std::get<1>(keys), present);
       },
-      routerConfig, [this] { inputSmScanState()->ipAddrRouterIdSm0Is(true); });
-  registerInput("ipAddrRouterIdSm0", ipAddrRouterIdSm0_);
-  registerInput("ipNexthopSm2", ipNexthopSm2_);
+      config, [this] { inputSmScanState()->ipAddrRouterIdSm0Is(true); });
 }
 
 Vox::Ptr<RouterIdToNexthopInfoSm::GroupByCollectionValueType0>

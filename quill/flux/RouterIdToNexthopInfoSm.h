@@ -32,11 +32,32 @@ using Pipeline0KeyType =
                          Quill::Flux::FieldNames<"routerId0", "fibVia1">, RouterId, FibVia>;
 using KeyType0 = Quill::Flux::FluxKey<"Mpls::RouterIdToNexthopInfoSm::KeyType0",
                                       Quill::Flux::FieldNames<"attr0", "attr1">, RouterId, FibVia>;
-using RouterIdSm1 = Quill::Flux::SetSm<IpAddrRouterIdInfo::routerIdAttribute>;
-using IpAddrRouterIdSm0 =
-    Quill::Flux::CollSm<IpAddrRouterIdInfoColl::ipAddrRouterIdAttribute, RouterIdSm1>;
-using ViaSm3 = Quill::Flux::SetSm<IpNexthopInfo::viaAttribute>;
-using IpNexthopSm2 = Quill::Flux::CollSm<IpNexthopInfoColl::ipNexthopAttribute, ViaSm3>;
+// One per address entry (its `smKey`): its router set.
+class RouterIdSm1
+    : public Quill::Flux::SetSm<IpAddrRouterIdInfo::routerIdAttribute, Vela::IpGenAddr> {
+ public:
+  using SetSm::SetSm;
+  void handleRouterId(const RouterId& routerId) { handleKey(routerId); }
+};
+// The addresses with routers.
+class IpAddrRouterIdSm0
+    : public Quill::Flux::CollSm<IpAddrRouterIdInfoColl::ipAddrRouterIdAttribute, RouterIdSm1> {
+ public:
+  using CollSm::CollSm;
+  void handleIpAddrRouterId(const Vela::IpGenAddr& ipAddr) { handleKey(ipAddr); }
+};
+// One per address entry (its `smKey`): its via set.
+class ViaSm3 : public Quill::Flux::SetSm<IpNexthopInfo::viaAttribute, Vela::IpGenAddr> {
+ public:
+  using SetSm::SetSm;
+  void handleVia(const FibVia& via) { handleKey(via); }
+};
+// The addresses with vias.
+class IpNexthopSm2 : public Quill::Flux::CollSm<IpNexthopInfoColl::ipNexthopAttribute, ViaSm3> {
+ public:
+  using CollSm::CollSm;
+  void handleIpNexthop(const Vela::IpGenAddr& ipAddr) { handleKey(ipAddr); }
+};
 }  // namespace FluxCode::RouterIdToNexthopInfoSm
 
 class RouterIdToNexthopInfoSm
@@ -75,9 +96,12 @@ class RouterIdToNexthopInfoSm
   }
 
   const Vox::Ptr<IpAddrRouterIdSm0>& ipAddrRouterIdSm0() const { return ipAddrRouterIdSm0_; }
-  void ipAddrRouterIdSm0Del() { ipAddrRouterIdSm0_ = nullptr; }
+  const Vox::Ptr<IpAddrRouterIdSm0>& ipAddrRouterIdSm0Is(
+      const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipRouter);
+  void ipAddrRouterIdSm0Del() { inputSmDel("ipAddrRouterIdSm0", ipAddrRouterIdSm0_); }
   const Vox::Ptr<IpNexthopSm2>& ipNexthopSm2() const { return ipNexthopSm2_; }
-  void ipNexthopSm2Del() { ipNexthopSm2_ = nullptr; }
+  const Vox::Ptr<IpNexthopSm2>& ipNexthopSm2Is(const Vox::Ptr<const IpNexthopInfoColl>& ipNexthop);
+  void ipNexthopSm2Del() { inputSmDel("ipNexthopSm2", ipNexthopSm2_); }
 
   // The group of (router, via), created empty if absent.
   Vox::Ptr<GroupByCollectionValueType0> groupByAttr0Is(const KeyType0& key);

@@ -1,5 +1,6 @@
 // The runtime pattern of compiled pipelines: key text forms, readiness, reconciliation of stale
-// output, and the fatal checks on missed notifications and re-created children.
+// output, destruction, changes handed to a state machine by name, and the fatal checks on missed
+// notifications and re-created children.
 #include <gtest/gtest.h>
 
 #include "quill/flux/IntfToRouterNexthopInfoSm.h"
@@ -173,6 +174,89 @@ TEST(FluxReconciliationTest, EveryPipelineKeepsJustifiedAndDropsStaleElements) {
   }
 }
 
+// The four compiled stages chained as in the pipeline, over one router, address and via.
+class FluxChainTest : public ::testing::Test {
+ protected:
+  FluxChainTest() {
+    routerAddrs->routerIpAddrIs(router)->ipAddrIs(addr);
+    addrVias->ipNexthopIs(addr)->viaIs(via);
+    mpls->intfIdIs(via.intfId());
+  }
+  std::vector<Lines> outputs() const {
+    return {
+        QuillTest::contents(addrRouters->ipAddrRouterIdColl(), &IpAddrRouterIdInfo::routerIdColl),
+        QuillTest::contents(routerVias->routerNexthopColl(), &RouterNexthopInfo::viaColl),
+        QuillTest::contents(intfRouters->intfRouterNexthopColl(),
+                            &IntfRouterNexthopInfo::routerNexthopInfoColl,
+                            &RouterNexthopInfo::viaColl),
+        QuillTest::contents(routerHops->routerIpNexthopColl(),
+                            &RouterIpNexthopInfo::ipNexthopInfoColl, &IpNexthopInfo::viaColl)};
+  }
+  const RouterId router = v<RouterId>("2.2.2.2:0");
+  const Vela::IpGenAddr addr = v<Vela::IpGenAddr>("10.1.1.2");
+  const FibVia via = v<FibVia>("10.1.1.2-Ethernet1");
+  Vox::Ptr<RouterIpAddrInfoColl> routerAddrs = Vox::create<RouterIpAddrInfoColl>();
+  Vox::Ptr<IpAddrRouterIdInfoColl> addrRouters = Vox::create<IpAddrRouterIdInfoColl>();
+  Vox::Ptr<IpNexthopInfoColl> addrVias = Vox::create<IpNexthopInfoColl>();
+  Vox::Ptr<RouterNexthopInfoColl> routerVias = Vox::create<RouterNexthopInfoColl>();
+  Vox::Ptr<IntfRouterNexthopInfoColl> intfRouters = Vox::create<IntfRouterNexthopInfoColl>();
+  Vox::Ptr<MplsIntfColl> mpls = Vox::create<MplsIntfColl>();
+  Vox::Ptr<RouterIpNexthopInfoColl> routerHops = Vox::create<RouterIpNexthopInfoColl>();
+  Vox::Ptr<IpAddrToRouterIdInfoSm> s1 =
+      IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(routerAddrs, addrRouters);
+  Vox::Ptr<RouterIdToNexthopInfoSm> s2 =
+      RouterIdToNexthopInfoSm::RouterIdToNexthopInfoSmIs(addrRouters, addrVias, routerVias);
+  Vox::Ptr<IntfToRouterNexthopInfoSm> s3 =
+      IntfToRouterNexthopInfoSm::IntfToRouterNexthopInfoSmIs(routerVias, intfRouters);
+  Vox::Ptr<RouterIdToIpNexthopInfoSm> s4 =
+      RouterIdToIpNexthopInfoSm::RouterIdToIpNexthopInfoSmIs(intfRouters, mpls, routerHops);
+};
+
+// Destroyed, a stage lets its state machines go without a word: the output stays for the next
+// instance, and a state machine someone still holds is silent and has let its children go.
+TEST_F(FluxChainTest, DestructionLeavesTheOutputAndSilencesHeldStateMachines) {
+  std::vector<Vox::Ptr<Flx::Gen::InputStateMachine>> held;
+  for (const auto* inputs : {&s1->pipeline0Input(), &s2->pipeline0Input(), &s3->pipeline0Input(),
+                             &s4->pipeline0Input()}) {
+    for (const auto& [name, sm] : *inputs)
+      held.push_back(sm);
+  }
+  const auto perIntf = s4->intfRouterNexthopSm0()->childSm(via.intfId());
+  EXPECT_EQ(perIntf->smKey(), via.intfId());
+  EXPECT_EQ(perIntf->childSm(router)->smKey(), router);
+  const std::vector<Lines> before = outputs();
+  ASSERT_EQ(before[3], Lines{"2.2.2.2:0 10.1.1.2 10.1.1.2-Ethernet1"});
+  s1 = nullptr, s2 = nullptr, s3 = nullptr, s4 = nullptr;
+  EXPECT_EQ(outputs(), before);
+  ASSERT_EQ(held.size(), 6u);
+  for (const auto& sm : held)
+    ASSERT_TRUE(sm->zombie());
+  EXPECT_EQ(perIntf->childSm(router), nullptr);
+  routerAddrs->routerIpAddrDel(router);
+  addrVias->ipNexthopDel(addr);
+  mpls->intfIdDel(via.intfId());
+  EXPECT_EQ(outputs(), before);
+}
+
+// A change made while the stages were not listening can be handed, by name, to the state
+// machine of each stage that watches it. The machine counts it as seen: removing the entry later
+// passes the missed-notification check and withdraws it.
+TEST_F(FluxChainTest, AMissedChangeCanBeHandedToItsStateMachineByName) {
+  const auto other = v<FibVia>("10.1.1.3-Ethernet1");
+  for (auto* stage : std::initializer_list<Vox::Reactor*>{s2.ptr(), s3.ptr(), s4.ptr()})
+    stage->hasNotificationActiveIs(false);
+  addrVias->ipNexthop(addr)->viaIs(other);
+  s2->ipNexthopSm2()->childSm(addr)->handleVia(other);
+  s3->routerNexthopSm0()->childSm(router)->handleVia(other);
+  s4->intfRouterNexthopSm0()->childSm(via.intfId())->childSm(router)->handleVia(other);
+  for (auto* stage : std::initializer_list<Vox::Reactor*>{s2.ptr(), s3.ptr(), s4.ptr()})
+    stage->hasNotificationActiveIs(true);
+  EXPECT_EQ(outputs()[3], (Lines{"2.2.2.2:0 10.1.1.2 10.1.1.2-Ethernet1",
+                                 "2.2.2.2:0 10.1.1.3 10.1.1.3-Ethernet1"}));
+  addrVias->ipNexthopDel(addr);
+  EXPECT_EQ(outputs(), (std::vector<Lines>{{"10.1.1.2 2.2.2.2:0"}, {}, {}, {}}));
+}
+
 using FluxRuntimeDeathTest = FluxInversionTest;
 
 TEST_F(FluxRuntimeDeathTest, AMissedNotificationIsCaughtWhenTheEntryGoes) {
@@ -238,6 +322,10 @@ TEST_F(FluxRuntimeDeathTest, ReinstantiatingAChildWithOtherParametersIsFatal) {
   const auto entry = in->routerIpAddr(v<RouterId>("2.2.2.2:0"));
   const auto stranger = Vox::create<RouterIpAddrInfo>(v<RouterId>("2.2.2.2:0"));
   EXPECT_EQ(top->childSmIs(entry, top.ptr(), entry->routerId()), top->childSm(entry->routerId()));
+  // A child reports under the key it was created for, even one that is not its entry's own.
+  const auto alias = v<RouterId>("7.7.7.7:0");
+  EXPECT_EQ(top->childSmIs(entry, top.ptr(), alias)->smKey(), alias);
+  EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0", "10.0.0.1 7.7.7.7:0"}));
   EXPECT_DEATH(
       top->childSmIs(stranger, top.ptr(), entry->routerId()),
       "Reinstantiating the pointer interface where constructor parameter attribute _en has a "
