@@ -66,10 +66,8 @@ class SetAttribute {
     if (set_.insert(key)) owner.notifyAttribute(info, &key);
   }
   void erase(const Entity& owner, const AttributeInfo& info, const Key& key) {
-    if (!set_.contains(key)) return;
     const Key removed = key;  // `key` may be the set's own copy
-    set_.erase(removed);
-    owner.notifyAttribute(info, &removed);
+    if (set_.erase(removed)) owner.notifyAttribute(info, &removed);
   }
   void eraseAll(const Entity& owner, const AttributeInfo& info) {
     for (auto it = set_.begin(); it != set_.end(); ++it)
@@ -143,12 +141,10 @@ class EntityCollAttribute {
     return member;
   }
   void erase(Entity& owner, const AttributeInfo& info, const Key& key) {
-    const Ptr<Member>* stored = table_.find(key);
-    if (!stored) return;
-    const Ptr<Member> member = *stored;  // alive until observers have heard of the removal
-    const Key removed = key;
+    const Key removed = key;  // `key` may be the member's own
+    Ptr<Member> member;       // alive until observers have heard of the removal
+    if (!table_.erase(removed, [&](const Ptr<Member>& stored) { member = stored; })) return;
     member->parentIs(nullptr);
-    table_.erase(removed);
     owner.notifyMemberRemoved(info, &removed, *member);
   }
   void eraseAll(Entity& owner, const AttributeInfo& info) {
@@ -204,10 +200,8 @@ class ValueMapAttribute {
     owner.notifyAttribute(info, &key);
   }
   void erase(const Entity& owner, const AttributeInfo& info, const Key& key) {
-    if (!table_.contains(key)) return;
-    const Key removed = key;
-    table_.erase(removed);
-    owner.notifyAttribute(info, &removed);
+    const Key removed = key;  // `key` may be the table's own copy
+    if (table_.erase(removed)) owner.notifyAttribute(info, &removed);
   }
   void eraseAll(const Entity& owner, const AttributeInfo& info) {
     for (auto it = table_.begin(); it != table_.end(); ++it)

@@ -135,16 +135,24 @@ void Entity::deliverEach(Call&& call) const {
 }
 
 void Entity::deliver(const AttributeInfo& attr, const void* key, const Entity* removed) const {
-  // A member stays alive until its parent's followers have heard too, even if one of its own
-  // observers drops the last reference to it.
-  const Ptr<const Entity> keepAlive(parent_ && references() > 0 ? this : nullptr);
-  if (!notifiees_.empty()) {
+  const auto toObservers = [&] {
+    if (notifiees_.empty()) return;
     if (removed) {
       deliverEach([&](NotifieeBase& n) { n.onMemberRemoved(attr, key, *removed); });
     } else {
       deliverEach([&](NotifieeBase& n) { n.onAttribute(attr, key); });
     }
+  };
+  // Whether the parent's followers hear of the change is decided now: like any observer, a
+  // follower that hooks during the delivery first hears of the next change.
+  if (!parent_ || parent_->memberFollowers_ == 0) {
+    toObservers();
+    return;
   }
+  // A member stays alive until its parent's followers have heard too, even if one of its own
+  // observers drops the last reference to it.
+  const Ptr<const Entity> keepAlive(references() > 0 ? this : nullptr);
+  toObservers();
   // Read afresh: an observer may have taken this entity out of its parent, after which the
   // parent's followers no longer hear of it.
   const Entity* parent = parent_;

@@ -246,17 +246,25 @@ class KeyedTable {
   // Removes `key` if present; returns whether it was. The removed value is destroyed after the
   // table is consistent again, so its destructor may use the table.
   bool erase(const Key& key) {
+    return erase(key, [](const Value&) {});
+  }
+  // The same, first handing the value to `look(const Value&)` (to keep a copy of it, say), with
+  // one lookup where a find and an erase would take two.
+  template <class Look>
+  bool erase(const Key& key, Look&& look) {
     if (size_ == 0) return false;
     const uint32_t tag = tagOf(key);
     if (!buckets_) {
       const int32_t i = scanInline(key, tag);
       if (i < 0) return false;
+      look(std::as_const(slot(i).value.get()));
       retire(static_cast<uint32_t>(i));
       return true;
     }
     for (int32_t* link = &bucket(tag); *link >= 0; link = &slot(*link).next) {
       Slot& s = slot(*link);
       if (s.tag == tag && s.key() == key) {
+        look(std::as_const(s.value.get()));
         const int32_t i = *link;
         *link = s.next;
         retire(static_cast<uint32_t>(i));
