@@ -3,6 +3,9 @@
 // notifications and re-created children.
 #include <gtest/gtest.h>
 
+#include <algorithm>
+
+#include "platform/vox/Trace.h"
 #include "quill/flux/IntfToRouterNexthopInfoSm.h"
 #include "quill/flux/IpAddrToRouterIdInfoSm.h"
 #include "quill/flux/RouterIdToIpNexthopInfoSm.h"
@@ -95,6 +98,20 @@ TEST_F(FluxInversionTest, ARouterRemovedWholeWithdrawsItsPairsAtOnce) {
   EXPECT_EQ(output(), Lines{"10.0.0.1 3.3.3.3:0"});
 }
 
+// A router whose last address is withdrawn keeps its input entry, and the pipeline keeps
+// following it; an address entry goes with its last router.
+TEST_F(FluxInversionTest, ARouterWithNoAddressLeftIsStillFollowed) {
+  auto sm = IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(in, out);
+  add("2.2.2.2:0", "10.0.0.1");
+  add("3.3.3.3:0", "10.0.0.1");
+  in->routerIpAddr(v<RouterId>("2.2.2.2:0"))->ipAddrDel(v<Vela::IpGenAddr>("10.0.0.1"));
+  EXPECT_EQ(output(), Lines{"10.0.0.1 3.3.3.3:0"});
+  in->routerIpAddr(v<RouterId>("3.3.3.3:0"))->ipAddrDel(v<Vela::IpGenAddr>("10.0.0.1"));
+  EXPECT_EQ(out->ipAddrRouterIds(), 0u);
+  add("2.2.2.2:0", "10.0.0.2");
+  EXPECT_EQ(output(), Lines{"10.0.0.2 2.2.2.2:0"});
+}
+
 // Stale output at start: only what the inputs do not justify goes; a justified element is
 // never removed and re-added (its entry's observers hear nothing of it).
 TEST_F(FluxInversionTest, ReconciliationRemovesOnlyUnjustifiedElements) {
@@ -111,9 +128,15 @@ TEST_F(FluxInversionTest, ReconciliationRemovesOnlyUnjustifiedElements) {
   } log;
   log.notifierIs(out->ipAddrRouterId(v<Vela::IpGenAddr>("10.0.0.1")));
   log.hasNotificationActiveIs(true);
+  QuillTest::TraceCapture trace("IpAddrToRouterIdInfoSm/9");
   auto sm = IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(in, out);
   EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0", "10.0.0.2 3.3.3.3:0"}));
+  EXPECT_EQ(out->ipAddrRouterId(v<Vela::IpGenAddr>("10.0.0.9")), nullptr) << "emptied, so deleted";
   EXPECT_EQ(log.events, std::vector<std::string>{"9.9.9.9:0"});
+  const auto messages = trace.messages();
+  for (const char* expected :
+       {" Reconciling pipeline0: true", " Input scans for pipeline0 complete"})
+    EXPECT_NE(std::find(messages.begin(), messages.end(), expected), messages.end()) << expected;
   EXPECT_TRUE(sm->outputState()->pipeline0Ready());
   EXPECT_FALSE(sm->pipeline0Reconciling());
   EXPECT_EQ(sm->pipeline0Seens(), 0u);
@@ -148,11 +171,15 @@ TEST(FluxReconciliationTest, EveryPipelineKeepsJustifiedAndDropsStaleElements) {
     out->intfRouterNexthopIs(v<Vela::IntfId>("Ethernet9"))
         ->routerNexthopInfoIs(router)
         ->viaIs(v<FibVia>("10.9.9.9-Ethernet9"));
+    const auto& kept = out->intfRouterNexthop(via.intfId())->routerNexthopInfo(router)->viaColl();
+    const uint32_t before = kept.version();
     auto sm = IntfToRouterNexthopInfoSm::IntfToRouterNexthopInfoSmIs(in, out);
     EXPECT_EQ(QuillTest::contents(out->intfRouterNexthopColl(),
                                   &IntfRouterNexthopInfo::routerNexthopInfoColl,
                                   &RouterNexthopInfo::viaColl),
               Lines{"Ethernet1 2.2.2.2:0 10.1.1.2-Ethernet1"});
+    EXPECT_EQ(kept.version(), before + 1) << "one removal, nothing re-added";
+    EXPECT_EQ(out->intfRouterNexthop(v<Vela::IntfId>("Ethernet9")), nullptr);
   }
   {  // MPLS filter: a via whose interface left MPLS is stale too
     auto in = Vox::create<IntfRouterNexthopInfoColl>();
@@ -167,10 +194,14 @@ TEST(FluxReconciliationTest, EveryPipelineKeepsJustifiedAndDropsStaleElements) {
         ->ipNexthopInfoIs(v<Vela::IpGenAddr>("10.1.2.2"))
         ->viaIs(v<FibVia>("10.1.2.2-Ethernet2"));
     out->routerIpNexthopIs(router)->ipNexthopInfoIs(via.hop())->viaIs(via);
+    const auto& kept = out->routerIpNexthop(router)->ipNexthopInfo(via.hop())->viaColl();
+    const uint32_t before = kept.version();
     auto sm = RouterIdToIpNexthopInfoSm::RouterIdToIpNexthopInfoSmIs(in, mpls, out);
     EXPECT_EQ(QuillTest::contents(out->routerIpNexthopColl(),
                                   &RouterIpNexthopInfo::ipNexthopInfoColl, &IpNexthopInfo::viaColl),
               Lines{"2.2.2.2:0 10.1.1.2 10.1.1.2-Ethernet1"});
+    EXPECT_EQ(kept.version(), before) << "justified: neither removed nor re-added";
+    EXPECT_EQ(out->routerIpNexthop(router)->ipNexthopInfo(v<Vela::IpGenAddr>("10.1.2.2")), nullptr);
   }
 }
 
@@ -257,6 +288,44 @@ TEST_F(FluxChainTest, AMissedChangeCanBeHandedToItsStateMachineByName) {
   EXPECT_EQ(outputs(), (std::vector<Lines>{{"10.1.1.2 2.2.2.2:0"}, {}, {}, {}}));
 }
 
+// An address entry removed from the routers-per-address input leaves every group of its routers
+// at once; a via that another address of a router still supports stays.
+TEST(FluxRouterNexthopTest, AnAddressEntryRemovedLeavesEveryGroupOfItsRouters) {
+  auto routers = Vox::create<IpAddrRouterIdInfoColl>();
+  auto nexthops = Vox::create<IpNexthopInfoColl>();
+  auto out = Vox::create<RouterNexthopInfoColl>();
+  const auto a = v<Vela::IpGenAddr>("10.0.0.1");
+  const auto b = v<Vela::IpGenAddr>("10.0.0.2");
+  const auto via = v<FibVia>("10.1.1.2-Ethernet1");
+  routers->ipAddrRouterIdIs(a)->routerIdIs(v<RouterId>("2.2.2.2:0"));
+  routers->ipAddrRouterIdIs(a)->routerIdIs(v<RouterId>("3.3.3.3:0"));
+  routers->ipAddrRouterIdIs(b)->routerIdIs(v<RouterId>("2.2.2.2:0"));
+  nexthops->ipNexthopIs(a)->viaIs(via);
+  nexthops->ipNexthopIs(b)->viaIs(via);
+  auto sm = RouterIdToNexthopInfoSm::RouterIdToNexthopInfoSmIs(routers, nexthops, out);
+  const auto output = [&] {
+    return QuillTest::contents(out->routerNexthopColl(), &RouterNexthopInfo::viaColl);
+  };
+  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.1.2-Ethernet1", "3.3.3.3:0 10.1.1.2-Ethernet1"}));
+  routers->ipAddrRouterIdDel(a);
+  EXPECT_EQ(output(), Lines{"2.2.2.2:0 10.1.1.2-Ethernet1"});
+  EXPECT_EQ(out->routerNexthop(v<RouterId>("3.3.3.3:0")), nullptr);
+}
+
+// A via on the default (empty) interface is grouped under that interface like any other.
+TEST(FluxIntfGroupingTest, TheDefaultInterfaceIsAGroupLikeAnyOther) {
+  auto in = Vox::create<RouterNexthopInfoColl>();
+  auto out = Vox::create<IntfRouterNexthopInfoColl>();
+  const auto router = v<RouterId>("2.2.2.2:0");
+  const FibVia onDefault(v<Vela::IpGenAddr>("10.1.1.2"), Vela::IntfId());
+  in->routerNexthopIs(router)->viaIs(onDefault);
+  auto sm = IntfToRouterNexthopInfoSm::IntfToRouterNexthopInfoSmIs(in, out);
+  ASSERT_NE(out->intfRouterNexthop(Vela::IntfId()), nullptr);
+  EXPECT_TRUE(out->intfRouterNexthop(Vela::IntfId())->routerNexthopInfo(router)->via(onDefault));
+  in->routerNexthop(router)->viaDel(onDefault);
+  EXPECT_EQ(out->intfRouterNexthops(), 0u);
+}
+
 using FluxRuntimeDeathTest = FluxInversionTest;
 
 TEST_F(FluxRuntimeDeathTest, AMissedNotificationIsCaughtWhenTheEntryGoes) {
@@ -265,10 +334,15 @@ TEST_F(FluxRuntimeDeathTest, AMissedNotificationIsCaughtWhenTheEntryGoes) {
   sm->hasNotificationActiveIs(false);
   add("2.2.2.2:0", "10.0.0.2");  // unseen
   sm->hasNotificationActiveIs(true);
+  // The level-0 record of the two versions comes first, then the assertion.
   EXPECT_DEATH(
-      in->routerIpAddrDel(v<RouterId>("2.2.2.2:0")),
-      "version\\(\\) == en\\(\\)->ipAddrColl\\(\\).version\\(\\) && \"We missed notifications that "
-      "happened to ipAddr before enclosing entity got deleted\"");
+      {
+        Vox::traceOutputIs("");
+        Vox::traceConfigure("IpAddrToRouterIdInfoSm/0");
+        in->routerIpAddrDel(v<RouterId>("2.2.2.2:0"));
+      },
+      "version: 1 != 2.*version\\(\\) == en\\(\\)->ipAddrColl\\(\\).version\\(\\) && \"We missed "
+      "notifications that happened to ipAddr before enclosing entity got deleted\"");
 }
 
 TEST_F(FluxRuntimeDeathTest, EveryNestedSetChecksItsVersion) {

@@ -2,11 +2,13 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <map>
 #include <random>
 #include <unordered_map>
 
 #include "tests/support/Contents.h"
+#include "tests/support/TraceCapture.h"
 #include "tests/support/Values.h"
 
 namespace {
@@ -107,14 +109,22 @@ TEST_F(FecRouterNexthopInfoSmTest, AChoiceNotifiesOnlyWhenItChanges) {
   viaIs(router, via(0));
   // Observes the chosen via of every FEC.
   std::vector<std::unique_ptr<Vox::EntityNotifiee<Mpls::RouterNexthopInfo>>> watchers;
+  // Counts the changes and the fewest vias a FEC's entry was seen holding: the new via is set
+  // before the old one goes, so a reader never finds the entry without one.
   struct ViaCounter : Mpls::RouterNexthopInfo::NotifieeConst {
-    void onAttribute(const Vox::AttributeInfo&, const void*) override { ++*count; }
+    void onAttribute(const Vox::AttributeInfo&, const void*) override {
+      ++*count;
+      *fewest = std::min(*fewest, notifier()->vias());
+    }
     int* count = nullptr;
+    std::size_t* fewest = nullptr;
   };
   int changes = 0;
+  std::size_t fewest = 1;
   for (uint32_t i = 0; i < kFecs; ++i) {
     auto w = std::make_unique<ViaCounter>();
     w->count = &changes;
+    w->fewest = &fewest;
     w->notifierIs(out->fecRouterNexthop(fec(i))->routerNexthopInfo(router));
     w->hasNotificationActiveIs(true);
     watchers.push_back(std::move(w));
@@ -124,6 +134,7 @@ TEST_F(FecRouterNexthopInfoSmTest, AChoiceNotifiesOnlyWhenItChanges) {
   for (const auto& [i, chosen] : choices(router))
     moved += chosen == via(1).valueToStrep();
   EXPECT_EQ(changes, 2 * moved);  // one add and one remove per FEC that moved, none otherwise
+  EXPECT_EQ(fewest, 1u);
   sm->handleRouterNexthop(router, via(1));  // reported again: counted as a collision, no change
   EXPECT_EQ(changes, 2 * moved);
   EXPECT_EQ(sm->fecViaConsistentHashColl()->consistentHash(router)->ch()->collisions(), 1u);
@@ -164,22 +175,53 @@ TEST_F(FecRouterNexthopInfoSmTest, InitializationRebuildsWhatIncrementalProcessi
 
 TEST_F(FecRouterNexthopInfoSmTest, CollidingViasShareAPositionAndTheLesserWins) {
   const auto [lesser, greater] = collidingVias();
+  const auto pointsOf = [](const FibVia& via, uint64_t weight) {
+    Hasher single;
+    single.addNode(via, weight);
+    return single.pointCount();
+  };
   Hasher hasher;
   hasher.addNode(greater, 1000);
   hasher.addNode(lesser, 1000);
   EXPECT_EQ(hasher.nodes().size(), 1u);
-  EXPECT_EQ(
-      hasher.pointCount(), Hasher().pointCount() + [&] {
-        Hasher single;
-        single.addNode(lesser, 1000);
-        return single.pointCount();
-      }());
+  EXPECT_EQ(hasher.pointCount(), Hasher().pointCount() + pointsOf(lesser, 1000));
   EXPECT_EQ(hasher.collisions(), 1u);
   for (uint32_t i = 0; i < 50; ++i)
     EXPECT_EQ(hasher.getNode(fec(i)), lesser);
-  hasher.delNode(lesser);  // the survivor is put back at the shared position
-  EXPECT_EQ(hasher.getNodeCount(), 1u);
-  EXPECT_EQ(hasher.getNode(fec(0)), greater);
+  // Whichever of the two goes, the survivor is put back at the shared position with its own
+  // weight (not the leaver's) and answers every key.
+  const struct {
+    FibVia gone, survivor;
+    uint64_t survivorWeight;
+  } cases[] = {{lesser, greater, 400}, {greater, lesser, 1000}};
+  for (const auto& c : cases) {
+    Hasher pair;
+    pair.addNode(greater, 400);
+    pair.addNode(lesser, 1000);
+    pair.delNode(c.gone);
+    EXPECT_EQ(pair.getNodeCount(), 1u);
+    EXPECT_EQ(pair.pointCount(), pointsOf(c.survivor, c.survivorWeight)) << c.survivor;
+    for (uint32_t i = 0; i < 50; ++i)
+      EXPECT_EQ(pair.getNode(fec(i)), c.survivor);
+  }
+}
+
+// Function records trace a router id as its fields joined by "_" and a via as hop and interface
+// joined by "-", so that a record splits into blank-separated arguments.
+TEST_F(FecRouterNexthopInfoSmTest, FunctionRecordsUseTheTraceFormsOfRouterAndVia) {
+  start();
+  QuillTest::TraceCapture trace("QuillFecRouterNexthopInfoSm/8");
+  const auto peer = v<RouterId>("2.2.2.2:7");
+  tables->bindingTableIs(peer)->bindingIs(fec(0))->mplsLabelIs(Vela::MplsLabel(100));
+  viaIs(peer, v<FibVia>("10.1.1.2-Ethernet1"));
+  const auto messages = trace.messages();
+  const auto has = [&](const std::string& text) {
+    return std::any_of(messages.begin(), messages.end(),
+                       [&](const std::string& m) { return m.find(text) != std::string::npos; });
+  };
+  EXPECT_TRUE(has("::handleRouterNexthop() 2.2.2.2_7 10.1.1.2-Ethernet1")) << messages.size();
+  EXPECT_TRUE(has("::handleRouterFec() 2.2.2.2_7 "));
+  EXPECT_FALSE(has("2.2.2.2:7"));
 }
 
 // A hasher whose tables can be corrupted, to reach its consistency checks.
