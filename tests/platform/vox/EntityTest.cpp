@@ -316,4 +316,47 @@ TEST(EntityLifetimeTest, EntityOutlivesDeliveryWhenAnObserverDropsTheLastReferen
   EXPECT_TRUE(after.events.empty());
 }
 
+// A follower of a group hears each item's changes while the item is a member, the item itself
+// when it leaves (still holding its tags), and nothing of it once it has left; an item's own
+// observer that takes it out of the group during a change leaves the follower hearing of the
+// removal, not of that change.
+TEST(MemberFollowerTest, HearsItsMembersOnlyWhileTheyAreMembers) {
+  auto group = Vox::create<QuillTest::TestGroup>(TestKey{1});
+  struct Follower : QuillTest::TestGroup::NotifieeConst {
+    Follower() { followsMembersIs(true); }
+    void onAttribute(const Vox::AttributeInfo& attr, const void*) override {
+      log.push_back(std::string("joined ") + attr.name);
+    }
+    void onMemberRemoved(const Vox::AttributeInfo&, const void*,
+                         const Vox::Entity& removed) override {
+      log.push_back("left " + removed.name() + " with " +
+                    std::to_string(static_cast<const TestItem&>(removed).tags()) + " tags");
+    }
+    void onMemberAttribute(const Vox::Entity& member, const Vox::AttributeInfo& attr,
+                           const void* key) override {
+      log.push_back(member.name() + " " + attr.name + " " +
+                    std::to_string(static_cast<const TestKey*>(key)->value));
+    }
+    Events log;
+  } follower;
+  follower.notifierIs(group);
+  follower.hasNotificationActiveIs(true);
+
+  auto item = group->itemIs({2});
+  item->tagIs({20});
+  group->itemDel({2});
+  item->tagIs({21});  // no longer a member: unheard
+
+  struct Evicter : TestItem::NotifieeConst {
+    void onAttribute(const Vox::AttributeInfo&, const void*) override { group->itemDel({3}); }
+    Vox::Ptr<QuillTest::TestGroup> group;
+  } evicter;
+  evicter.group = group;
+  evicter.notifierIs(group->itemIs({3}));
+  evicter.hasNotificationActiveIs(true);
+  group->item({3})->tagIs({30});
+  EXPECT_EQ(follower.log, (Events{"joined item", "2 tag 20", "left 2 with 1 tags", "joined item",
+                                  "left 3 with 1 tags"}));
+}
+
 }  // namespace
