@@ -32,7 +32,6 @@
 // All calls happen on the owner's event-loop thread.
 #include <functional>
 #include <string>
-#include <tuple>
 #include <type_traits>
 
 #include "platform/vox/Attribute.h"
@@ -222,14 +221,6 @@ class KeyForwarder : public MemberReactor<KeyForwarder<Owner, Attr, Handler, R, 
     if (const auto* changed = Attr::match(attr, key)) forward(*changed);
   }
 };
-
-template <class VoxT>
-class PerKeyReactorColl;
-template <class Attr, class VoxT>
-void syncPerKeyReactors(PerKeyReactorColl<VoxT>& perKey, const typename Attr::OwnerType& entity);
-template <class Attr, class VoxT>
-void followMember(PerKeyReactorColl<VoxT>& perKey, const typename Attr::OwnerType& entity,
-                  const typename Attr::Key& key);
 
 // A per-key reactor one level up: follows an entity-collection attribute `CollAttr` of its
 // member, and sends every key of `LeafAttr` of every member of that collection to `LeafHandler`,
