@@ -13,34 +13,34 @@
 //
 //   Ldp::LdpIdentifier id(0x01010101, 1);
 //   id.hash() == Ldp::LdpIdentifier(0x01010101, 0).hash() + 1;   // true
-#include <compare>
 #include <cstdint>
-#include <iosfwd>
-#include <string>
-#include <string_view>
+#include <tuple>
 
 #include "platform/vox/LogStream.h"
+#include "platform/vox/ValueType.h"
 
 namespace Ldp {
 
-class LdpIdentifier {
+class LdpIdentifier : public Vox::ValueType<LdpIdentifier> {
  public:
+  // Named by their host-order getters, so comparison, text and log see host-order values.
+  static constexpr auto fields() {
+    return std::tuple(Vox::field<&LdpIdentifier::lsrId, Vox::DottedQuad>("lsrId", "A.B.C.D"),
+                      Vox::field<&LdpIdentifier::labelSpace>("labelSpace", "N"));
+  }
+  static constexpr Vox::JoinedText kText{
+      "Ldp::LdpIdentifier", ':', "a dotted-decimal LSR id and a label space from 0 to 65535"};
+
   LdpIdentifier() = default;
   LdpIdentifier(uint32_t lsrId, uint16_t labelSpace);
-  explicit LdpIdentifier(Vox::AttrLogReader& in);
+  // Host-order values, like every other integer on the stream.
+  explicit LdpIdentifier(Vox::AttrLogReader& in) : LdpIdentifier(fromLog(in)) {}
 
   uint32_t lsrId() const;
   uint16_t labelSpace() const;
 
-  bool operator==(const LdpIdentifier&) const = default;
-  std::strong_ordering operator<=>(const LdpIdentifier& other) const;
+  // Not a mix of the fields (see above).
   uint32_t hash() const;
-
-  std::string valueToStrep() const;
-  friend std::ostream& operator<<(std::ostream& os, const LdpIdentifier& id);
-  static LdpIdentifier sequenceToValue(std::string_view text);
-  // Host-order values, like every other integer on the stream.
-  void logTo(Vox::AttrLogWriter& out) const;
 
  private:
   uint32_t lsrIdNet_ = 0;

@@ -13,35 +13,36 @@
 //
 //   auto via = Mpls::FibVia::sequenceToValue("10.1.1.2-Port-Channel10");
 //   via.intfId().valueToStrep();   // "Port-Channel10"
-#include <compare>
 #include <cstdint>
-#include <iosfwd>
-#include <string>
-#include <string_view>
+#include <tuple>
 
 #include "platform/vela/IntfId.h"
 #include "platform/vela/IpAddr.h"
-#include "platform/vox/Hash.h"
 #include "platform/vox/LogStream.h"
+#include "platform/vox/ValueType.h"
 
 namespace Mpls {
 
-class FibVia {
+class FibVia : public Vox::ValueType<FibVia> {
  public:
+  static constexpr auto fields() {
+    return std::tuple(Vox::field<&FibVia::hop_>("hop", "HOP"),
+                      Vox::field<&FibVia::intfId_>("intfId", "INTF"));
+  }
+  // Interface names may contain '-' ("Port-Channel10"); addresses never do, and the split is at
+  // the first one.
+  static constexpr Vox::JoinedText kText{"Mpls::FibVia", '-',
+                                         "an IP address and an interface name"};
+
   FibVia() = default;
   FibVia(const Vela::IpGenAddr& hop, Vela::IntfId intfId) : hop_(hop), intfId_(intfId) {}
-  explicit FibVia(Vox::AttrLogReader& in);
+  explicit FibVia(Vox::AttrLogReader& in) : FibVia(fromLog(in)) {}
 
   const Vela::IpGenAddr& hop() const { return hop_; }
   Vela::IntfId intfId() const { return intfId_; }
 
-  auto operator<=>(const FibVia&) const = default;
+  // Not a mix of the fields: the family takes no part (see above).
   uint32_t hash() const { return hop_.ip6Addr().hash() ^ intfId_.hash(); }
-
-  std::string valueToStrep() const;
-  friend std::ostream& operator<<(std::ostream& os, const FibVia& via);
-  static FibVia sequenceToValue(std::string_view text);
-  void logTo(Vox::AttrLogWriter& out) const;
 
  private:
   Vela::IpGenAddr hop_;

@@ -8,39 +8,35 @@
 //   Mpls::RouterId id(0x02020202, 0);
 //   id.valueToStrep();                                  // "2.2.2.2:0"
 //   id == Mpls::RouterId::sequenceToValue("2.2.2.2:0"); // true
-#include <compare>
 #include <cstdint>
-#include <iosfwd>
-#include <string>
-#include <string_view>
+#include <tuple>
 
-#include "platform/vox/Hash.h"
 #include "platform/vox/LogStream.h"
+#include "platform/vox/ValueType.h"
 
 namespace Mpls {
 
-class RouterId {
+class RouterId : public Vox::ValueType<RouterId> {
  public:
+  static constexpr auto fields() {
+    return std::tuple(Vox::field<&RouterId::rtrIdValue_, Vox::DottedQuad>("rtrIdValue", "A.B.C.D"),
+                      Vox::field<&RouterId::lblSpaceValue_>("lblSpaceValue", "N"));
+  }
+  static constexpr Vox::JoinedText kText{
+      "Mpls::RouterId", ':', "a dotted-decimal IPv4 address and a label space from 0 to 65535"};
+
   constexpr RouterId() = default;
   constexpr RouterId(uint32_t rtrIdValue, uint16_t lblSpaceValue)
       : rtrIdValue_(rtrIdValue), lblSpaceValue_(lblSpaceValue) {}
-  explicit RouterId(Vox::AttrLogReader& in);
+  explicit RouterId(Vox::AttrLogReader& in) : RouterId(fromLog(in)) {}
 
   constexpr uint32_t rtrIdValue() const { return rtrIdValue_; }
   constexpr uint16_t lblSpaceValue() const { return lblSpaceValue_; }
   void rtrIdValueIs(uint32_t value) { rtrIdValue_ = value; }
   void lblSpaceValueIs(uint16_t value) { lblSpaceValue_ = value; }
 
-  constexpr auto operator<=>(const RouterId&) const = default;
   // Inline: every table keyed by a router hashes it on each look-up.
-  uint32_t hash(uint32_t seed) const {
-    return Vox::Hash(seed).hashMix(rtrIdValue_).hashMix(lblSpaceValue_).result();
-  }
-
-  std::string valueToStrep() const;
-  friend std::ostream& operator<<(std::ostream& os, const RouterId& id);
-  static RouterId sequenceToValue(std::string_view text);
-  void logTo(Vox::AttrLogWriter& out) const;
+  [[gnu::always_inline]] constexpr uint32_t hash(uint32_t seed) const { return mixedHash(seed); }
 
  private:
   uint32_t rtrIdValue_ = 0;

@@ -121,10 +121,6 @@ std::string IntfId::valueToStrep() const {
   return out;
 }
 
-std::ostream& operator<<(std::ostream& os, IntfId intf) {
-  return os << intf.valueToStrep();
-}
-
 IntfId IntfId::sequenceToValue(std::string_view text) {
   if (text.empty()) {
     return IntfId();

@@ -22,19 +22,24 @@
 //   auto intf = Vela::IntfId::sequenceToValue("Ethernet3/1");
 //   intf == Vela::IntfId(Vela::IntfId::Kind::ethernet, 3, 1);   // true
 //   intf.valueToStrep();                                        // "Ethernet3/1"
-#include <compare>
 #include <cstdint>
-#include <iosfwd>
 #include <string>
 #include <string_view>
+#include <tuple>
 
-#include "platform/vox/Hash.h"
 #include "platform/vox/LogStream.h"
+#include "platform/vox/ValueType.h"
 
 namespace Vela {
 
-class IntfId {
+// The two words are the fields: comparison and hash derive from them. The text is the interface's
+// name, not a join of the words, so it is written out below.
+class IntfId : public Vox::ValueType<IntfId> {
  public:
+  static constexpr auto fields() {
+    return std::tuple(Vox::field<&IntfId::word0_>("word0"), Vox::field<&IntfId::word1_>("word1"));
+  }
+
   // Declared in the order identifiers sort.
   enum class Kind : uint8_t { none, ethernet, loopback, management, portChannel, tunnel, vlan };
 
@@ -47,12 +52,10 @@ class IntfId {
 
   Kind kind() const { return static_cast<Kind>(word0_ >> 16); }
 
-  constexpr auto operator<=>(const IntfId&) const = default;
   // Unseeded: mixes word0 then word1.
-  uint32_t hash() const { return Vox::Hash(0).hashMix(word0_).hashMix(word1_).result(); }
+  uint32_t hash() const { return mixedHash(0); }
 
   std::string valueToStrep() const;
-  friend std::ostream& operator<<(std::ostream& os, IntfId intf);
   static IntfId sequenceToValue(std::string_view text);
   void logTo(Vox::AttrLogWriter& out) const;
 

@@ -124,6 +124,11 @@ constexpr std::string_view kReflectedTail = "})";
 
 std::string reflectedText(std::string_view typeName,
                           std::initializer_list<std::pair<std::string_view, std::string>> fields) {
+  return reflectedText(typeName, std::span(fields.begin(), fields.size()));
+}
+
+std::string reflectedText(std::string_view typeName,
+                          std::span<const std::pair<std::string_view, std::string>> fields) {
   std::string out = reflectedHead(typeName);
   bool first = true;
   for (const auto& [name, fieldText] : fields) {
@@ -138,6 +143,12 @@ std::string reflectedText(std::string_view typeName,
 std::optional<std::vector<std::string_view>> reflectedFields(
     std::string_view text, std::string_view typeName,
     std::initializer_list<std::string_view> fieldNames) {
+  return reflectedFields(text, typeName, std::span(fieldNames.begin(), fieldNames.size()));
+}
+
+std::optional<std::vector<std::string_view>> reflectedFields(
+    std::string_view text, std::string_view typeName,
+    std::span<const std::string_view> fieldNames) {
   const std::string head = reflectedHead(typeName);
   if (text.size() < head.size() + kReflectedTail.size() || !text.starts_with(head) ||
       !text.ends_with(kReflectedTail)) {

@@ -20,6 +20,7 @@
 #include <cstdint>
 #include <initializer_list>
 #include <optional>
+#include <span>
 #include <string>
 #include <string_view>
 #include <utility>
@@ -49,7 +50,11 @@ std::optional<std::pair<std::string_view, std::string_view>> splitFirst(std::str
 // texts in order; it relies on no field text containing the ", 'NEXTNAME': " that follows it,
 // which holds for every value type whose text has no quotes.
 std::string reflectedText(std::string_view typeName,
+                          std::span<const std::pair<std::string_view, std::string>> fields);
+std::string reflectedText(std::string_view typeName,
                           std::initializer_list<std::pair<std::string_view, std::string>> fields);
+std::optional<std::vector<std::string_view>> reflectedFields(
+    std::string_view text, std::string_view typeName, std::span<const std::string_view> fieldNames);
 std::optional<std::vector<std::string_view>> reflectedFields(
     std::string_view text, std::string_view typeName,
     std::initializer_list<std::string_view> fieldNames);

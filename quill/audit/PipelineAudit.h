@@ -28,19 +28,8 @@ struct ResolutionTables {
   const Brisk::Fib::ForwardingStatus* forwardingStatus = nullptr;
 };
 
-struct AuditReport {
-  // One line per difference: "<stage>: missing <element>", "<stage>: unexpected <element>", or a
-  // stage-specific complaint. Sorted within each stage; stages in pipeline order.
-  std::vector<std::string> differences;
-  // Elements compared, over all stages.
-  std::size_t elementsChecked = 0;
-
-  bool ok() const { return differences.empty(); }
-  // "audit: ok", or the differences, one per line.
-  std::string text() const;
-};
-
-// Audits the manager's seven stages and, when `resolution` is given, the next-hop resolution
+// Audits the manager's stages, each by the rule its declaration names (quill/pipeline/
+// StageRules.h), and, when `resolution` is given, the next-hop resolution
 // requests and results. Reads only; costs a full recomputation of every stage.
 AuditReport auditPipeline(const Mpls::P2mpLfibGenSmManager& manager,
                           const ResolutionTables* resolution = nullptr);

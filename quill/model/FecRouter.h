@@ -9,36 +9,35 @@
 //   Value('Mpls::FecRouter', ** {'fwdEqvClass': p2mp/1.1.1.1/0100040000002a,
 //   'routerId': 2.2.2.2:0})
 #include <cstdint>
-#include <iosfwd>
-#include <string>
 #include <string_view>
+#include <tuple>
 
 #include "platform/mpls/FwdEqvClass.h"
 #include "platform/mpls/RouterId.h"
 #include "platform/vox/LogStream.h"
+#include "platform/vox/ValueType.h"
 
 namespace Mpls {
 
-class FecRouter {
+class FecRouter : public Vox::ValueType<FecRouter> {
  public:
+  static constexpr auto fields() {
+    return std::tuple(Vox::field<&FecRouter::fwdEqvClass_>("fwdEqvClass", "FEC"),
+                      Vox::field<&FecRouter::routerId_>("routerId"));
+  }
+  static constexpr Vox::ReflectedText kText{"Mpls::FecRouter"};
+
   FecRouter() = default;
   FecRouter(const FwdEqvClass& fwdEqvClass, const RouterId& routerId)
       : fwdEqvClass_(fwdEqvClass), routerId_(routerId) {}
-  explicit FecRouter(Vox::AttrLogReader& in);
+  explicit FecRouter(Vox::AttrLogReader& in) : FecRouter(fromLog(in)) {}
   // Same as sequenceToValue.
-  explicit FecRouter(std::string_view text);
+  explicit FecRouter(std::string_view text) : FecRouter(sequenceToValue(text)) {}
 
   const FwdEqvClass& fwdEqvClass() const { return fwdEqvClass_; }
   const RouterId& routerId() const { return routerId_; }
 
-  bool operator==(const FecRouter& other) const;
-  bool operator<(const FecRouter& other) const;
-  uint32_t hash(uint32_t seed) const;
-
-  std::string valueToStrep() const;
-  friend std::ostream& operator<<(std::ostream& os, const FecRouter& value);
-  static FecRouter sequenceToValue(std::string_view text);
-  void logTo(Vox::AttrLogWriter& out) const;
+  uint32_t hash(uint32_t seed) const { return mixedHash(seed); }
 
  private:
   FwdEqvClass fwdEqvClass_;

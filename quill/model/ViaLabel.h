@@ -12,35 +12,34 @@
 // Text (the framework's reflected form, fields in their own text forms):
 //   Value('Mpls::ViaLabel', ** {'via': 10.1.1.2-Ethernet1, 'label': 16})
 #include <cstdint>
-#include <iosfwd>
-#include <string>
 #include <string_view>
+#include <tuple>
 
 #include "platform/mpls/FibVia.h"
 #include "platform/vela/MplsLabel.h"
 #include "platform/vox/LogStream.h"
+#include "platform/vox/ValueType.h"
 
 namespace Mpls {
 
-class ViaLabel {
+class ViaLabel : public Vox::ValueType<ViaLabel> {
  public:
+  static constexpr auto fields() {
+    return std::tuple(Vox::field<&ViaLabel::via_>("via"),
+                      Vox::field<&ViaLabel::label_>("label", "N"));
+  }
+  static constexpr Vox::ReflectedText kText{"Mpls::ViaLabel"};
+
   ViaLabel() = default;
   ViaLabel(const FibVia& via, Vela::MplsLabel label) : via_(via), label_(label) {}
-  explicit ViaLabel(Vox::AttrLogReader& in);
+  explicit ViaLabel(Vox::AttrLogReader& in) : ViaLabel(fromLog(in)) {}
   // Same as sequenceToValue.
-  explicit ViaLabel(std::string_view text);
+  explicit ViaLabel(std::string_view text) : ViaLabel(sequenceToValue(text)) {}
 
   const FibVia& via() const { return via_; }
   Vela::MplsLabel label() const { return label_; }
 
-  bool operator==(const ViaLabel& other) const;
-  bool operator<(const ViaLabel& other) const;
-  uint32_t hash(uint32_t seed) const;
-
-  std::string valueToStrep() const;
-  friend std::ostream& operator<<(std::ostream& os, const ViaLabel& value);
-  static ViaLabel sequenceToValue(std::string_view text);
-  void logTo(Vox::AttrLogWriter& out) const;
+  uint32_t hash(uint32_t seed) const { return mixedHash(seed); }
 
  private:
   FibVia via_;

@@ -24,8 +24,18 @@
 // Destruction: `handleDelete`, then the manager becomes a zombie, then the stage reactors are
 // removed in declaration order (stage 1 first, each with its notifications turned off), then the
 // collections are released in reverse declaration order.
+//
+// The pipeline is declared once, at the top of the class: `Collections` lists the fourteen
+// collections (attribute name and type, in the constructor's order) and `Stages` the seven stages
+// (number, name, reactor or toggled pair of reactors, audit rule, and the collections each reads
+// and writes, by name). Construction, creation, iteration, switching, removal, the audit, the
+// tools' table list and the architecture document's table all follow those two lists; the named
+// accessors after them are one-line forwarders to them.
+#include <cstddef>
+#include <string>
 #include <string_view>
 #include <tuple>
+#include <type_traits>
 #include <vector>
 
 #include "platform/mpls/LabelBindingTable.h"
@@ -52,284 +62,34 @@
 #include "quill/nexthop/IntfRouterNexthopInfoSm.h"
 #include "quill/nexthop/RouterIpNexthopInfoSm.h"
 #include "quill/nexthop/RouterNexthopInfoSm.h"
+#include "quill/pipeline/StageRules.h"
 #include "quill/resolve/IpAddrRouterIdInfoSm.h"
 
 namespace Mpls {
 
 class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
- public:
-  static constexpr Quill::StaticName kQualifiedName = "Mpls::P2mpLfibGenSmManager";
+  // ---- The pipeline, declared once -------------------------------------------------------------
+  // How a row is spelt; the two lists that follow are the declaration itself.
 
-  P2mpLfibGenSmManager(
-      const Vox::Ptr<const LabelBindingTable>& p2mpLocalLabelBindingTable,
-      const Vox::Ptr<const LabelBindingTableColl>& p2mpPeerLabelBindingTableColl,
-      const Vox::Ptr<const FecRouterLabelInfoColl>& p2mpFecRouterLabelInfoColl,
-      const Vox::Ptr<const RouterIpAddrInfoColl>& p2mpRouterTransportIpAddrInfoColl,
-      const Vox::Ptr<IpAddrRouterIdInfoColl>& p2mpIpAddrRouterIdInfoColl,
-      const Vox::Ptr<const IpNexthopInfoColl>& p2mpIpNexthopInfoColl,
-      const Vox::Ptr<RouterNexthopInfoColl>& p2mpRouterNexthopInfoColl,
-      const Vox::Ptr<IntfRouterNexthopInfoColl>& p2mpIntfRouterNexthopInfoColl,
-      const Vox::Ptr<const MplsIntfColl>& p2mpMplsIntfColl,
-      const Vox::Ptr<RouterIpNexthopInfoColl>& p2mpRouterIpNexthopInfoColl,
-      const Vox::Ptr<const RouterIpAddrInfoColl>& p2mpRouterIntfIpAddrInfoColl,
-      const Vox::Ptr<RouterNexthopInfoColl>& p2mpRouterFilteredNexthopColl,
-      const Vox::Ptr<FecRouterNexthopInfoColl>& p2mpFecRouterNexthopInfoColl,
-      const Vox::Ptr<LabelForwardingInfoColl>& p2mpLabelForwardingInfoColl);
-  ~P2mpLfibGenSmManager() override;
-
-  // Allocates a manager over the fourteen collections, in the constructor's order, and turns
-  // it on; its pipeline is then running.
-  template <class... Colls>
-  requires std::is_constructible_v<P2mpLfibGenSmManager, const Colls&...>
-  static Vox::Ptr<P2mpLfibGenSmManager> P2mpLfibGenSmManagerIs(const Colls&... colls) {
-    return create(colls...);
-  }
-
-  // The collections, fixed at construction.
-  const Vox::Ptr<const LabelBindingTable>& p2mpLocalLabelBindingTable() const {
-    return p2mpLocalLabelBindingTable_;
-  }
-  const Vox::Ptr<const LabelBindingTableColl>& p2mpPeerLabelBindingTableColl() const {
-    return p2mpPeerLabelBindingTableColl_;
-  }
-  const Vox::Ptr<const FecRouterLabelInfoColl>& p2mpFecRouterLabelInfoColl() const {
-    return p2mpFecRouterLabelInfoColl_;
-  }
-  const Vox::Ptr<const RouterIpAddrInfoColl>& p2mpRouterTransportIpAddrInfoColl() const {
-    return p2mpRouterTransportIpAddrInfoColl_;
-  }
-  const Vox::Ptr<IpAddrRouterIdInfoColl>& p2mpIpAddrRouterIdInfoColl() const {
-    return p2mpIpAddrRouterIdInfoColl_;
-  }
-  const Vox::Ptr<const IpNexthopInfoColl>& p2mpIpNexthopInfoColl() const {
-    return p2mpIpNexthopInfoColl_;
-  }
-  const Vox::Ptr<RouterNexthopInfoColl>& p2mpRouterNexthopInfoColl() const {
-    return p2mpRouterNexthopInfoColl_;
-  }
-  const Vox::Ptr<IntfRouterNexthopInfoColl>& p2mpIntfRouterNexthopInfoColl() const {
-    return p2mpIntfRouterNexthopInfoColl_;
-  }
-  const Vox::Ptr<const MplsIntfColl>& p2mpMplsIntfColl() const { return p2mpMplsIntfColl_; }
-  const Vox::Ptr<RouterIpNexthopInfoColl>& p2mpRouterIpNexthopInfoColl() const {
-    return p2mpRouterIpNexthopInfoColl_;
-  }
-  const Vox::Ptr<const RouterIpAddrInfoColl>& p2mpRouterIntfIpAddrInfoColl() const {
-    return p2mpRouterIntfIpAddrInfoColl_;
-  }
-  const Vox::Ptr<RouterNexthopInfoColl>& p2mpRouterFilteredNexthopColl() const {
-    return p2mpRouterFilteredNexthopColl_;
-  }
-  const Vox::Ptr<FecRouterNexthopInfoColl>& p2mpFecRouterNexthopInfoColl() const {
-    return p2mpFecRouterNexthopInfoColl_;
-  }
-  const Vox::Ptr<LabelForwardingInfoColl>& p2mpLabelForwardingInfoColl() const {
-    return p2mpLabelForwardingInfoColl_;
-  }
-
-  // The stage reactors, null until created.
-  const Vox::Ptr<IpAddrRouterIdInfoSm>& ipAddrRouterIdInfoSm() const {
-    return stage<IpAddrRouterIdInfoSm>();
-  }
-  const Vox::Ptr<IpAddrToRouterIdInfoSm>& ipAddrToRouterIdInfoSm() const {
-    return stage<IpAddrToRouterIdInfoSm>();
-  }
-  const Vox::Ptr<RouterNexthopInfoSm>& routerNexthopInfoSm() const {
-    return stage<RouterNexthopInfoSm>();
-  }
-  const Vox::Ptr<RouterIdToNexthopInfoSm>& routerIdToNexthopInfoSm() const {
-    return stage<RouterIdToNexthopInfoSm>();
-  }
-  const Vox::Ptr<IntfRouterNexthopInfoSm>& intfRouterNexthopInfoSm() const {
-    return stage<IntfRouterNexthopInfoSm>();
-  }
-  const Vox::Ptr<IntfToRouterNexthopInfoSm>& intfToRouterNexthopInfoSm() const {
-    return stage<IntfToRouterNexthopInfoSm>();
-  }
-  const Vox::Ptr<RouterIpNexthopInfoSm>& routerIpNexthopInfoSm() const {
-    return stage<RouterIpNexthopInfoSm>();
-  }
-  const Vox::Ptr<RouterIdToIpNexthopInfoSm>& routerIdToIpNexthopInfoSm() const {
-    return stage<RouterIdToIpNexthopInfoSm>();
-  }
-  const Vox::Ptr<RouterFilteredNexthopSm>& routerFilteredNexthopSm() const {
-    return stage<RouterFilteredNexthopSm>();
-  }
-  const Vox::Ptr<FecRouterNexthopInfoSm>& fecRouterNexthopInfoSm() const {
-    return stage<FecRouterNexthopInfoSm>();
-  }
-  const Vox::Ptr<LabelForwardingInfoSm>& labelForwardingInfoSm() const {
-    return stage<LabelForwardingInfoSm>();
-  }
-
-  // Stage setters: return the existing reactor when it was built over the very same collections,
-  // else create a new one (releasing the previous), turn it on and return it.
-  Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSmIs(
-      const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
-      const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl) {
-    return stageIs(ipAddrRouterIdInfoSmFactory, routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
-  }
-  Vox::Ptr<IpAddrToRouterIdInfoSm> ipAddrToRouterIdInfoSmIs(
-      const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
-      const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl) {
-    return stageIs(ipAddrToRouterIdInfoSmFactory, routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
-  }
-  Vox::Ptr<RouterNexthopInfoSm> routerNexthopInfoSmIs(
-      const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
-      const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl,
-      const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
-    return stageIs(routerNexthopInfoSmFactory, ipAddrRouterIdInfoColl, ipNexthopInfoColl,
-                   routerNexthopInfoColl);
-  }
-  Vox::Ptr<RouterIdToNexthopInfoSm> routerIdToNexthopInfoSmIs(
-      const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
-      const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl,
-      const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
-    return stageIs(routerIdToNexthopInfoSmFactory, ipAddrRouterIdInfoColl, ipNexthopInfoColl,
-                   routerNexthopInfoColl);
-  }
-  Vox::Ptr<IntfRouterNexthopInfoSm> intfRouterNexthopInfoSmIs(
-      const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
-      const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl) {
-    return stageIs(intfRouterNexthopInfoSmFactory, routerNexthopInfoColl,
-                   intfRouterNexthopInfoColl);
-  }
-  Vox::Ptr<IntfToRouterNexthopInfoSm> intfToRouterNexthopInfoSmIs(
-      const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
-      const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl) {
-    return stageIs(intfToRouterNexthopInfoSmFactory, routerNexthopInfoColl,
-                   intfRouterNexthopInfoColl);
-  }
-  Vox::Ptr<RouterIpNexthopInfoSm> routerIpNexthopInfoSmIs(
-      const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
-      const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
-      const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl) {
-    return stageIs(routerIpNexthopInfoSmFactory, intfRouterNexthopInfoColl, mplsIntfColl,
-                   routerIpNexthopInfoColl);
-  }
-
-  Vox::Ptr<RouterIdToIpNexthopInfoSm> routerIdToIpNexthopInfoSmIs(
-      const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
-      const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
-      const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl) {
-    return stageIs(routerIdToIpNexthopInfoSmFactory, intfRouterNexthopInfoColl, mplsIntfColl,
-                   routerIpNexthopInfoColl);
-  }
-  Vox::Ptr<RouterFilteredNexthopSm> routerFilteredNexthopSmIs(
-      const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl,
-      const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
-      const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
-    return stageIs(routerFilteredNexthopSmFactory, routerIpNexthopInfoColl, routerIpAddrInfoColl,
-                   routerNexthopInfoColl);
-  }
-  Vox::Ptr<FecRouterNexthopInfoSm> fecRouterNexthopInfoSmIs(
-      const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl,
-      const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
-      const Vox::Ptr<FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl) {
-    return stageIs(fecRouterNexthopInfoSmFactory, labelBindingTableColl, routerNexthopInfoColl,
-                   fecRouterNexthopInfoColl);
-  }
-  Vox::Ptr<LabelForwardingInfoSm> labelForwardingInfoSmIs(
-      const Vox::Ptr<const LabelBindingTable>& localLabelBindingTable,
-      const Vox::Ptr<const FecRouterLabelInfoColl>& fecRouterLabelInfoColl,
-      const Vox::Ptr<const FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl,
-      const Vox::Ptr<LabelForwardingInfoColl>& labelForwardingInfoColl) {
-    return stageIs(labelForwardingInfoSmFactory, localLabelBindingTable, fecRouterLabelInfoColl,
-                   fecRouterNexthopInfoColl, labelForwardingInfoColl);
-  }
-
-  // Stage removers: null the attribute, turn the reactor's notifications off and hand it over.
-  Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSmDel() {
-    return stageDel<IpAddrRouterIdInfoSm>();
-  }
-  Vox::Ptr<IpAddrToRouterIdInfoSm> ipAddrToRouterIdInfoSmDel() {
-    return stageDel<IpAddrToRouterIdInfoSm>();
-  }
-  Vox::Ptr<RouterNexthopInfoSm> routerNexthopInfoSmDel() { return stageDel<RouterNexthopInfoSm>(); }
-  Vox::Ptr<RouterIdToNexthopInfoSm> routerIdToNexthopInfoSmDel() {
-    return stageDel<RouterIdToNexthopInfoSm>();
-  }
-  Vox::Ptr<IntfRouterNexthopInfoSm> intfRouterNexthopInfoSmDel() {
-    return stageDel<IntfRouterNexthopInfoSm>();
-  }
-  Vox::Ptr<IntfToRouterNexthopInfoSm> intfToRouterNexthopInfoSmDel() {
-    return stageDel<IntfToRouterNexthopInfoSm>();
-  }
-  Vox::Ptr<RouterIpNexthopInfoSm> routerIpNexthopInfoSmDel() {
-    return stageDel<RouterIpNexthopInfoSm>();
-  }
-  Vox::Ptr<RouterIdToIpNexthopInfoSm> routerIdToIpNexthopInfoSmDel() {
-    return stageDel<RouterIdToIpNexthopInfoSm>();
-  }
-  Vox::Ptr<RouterFilteredNexthopSm> routerFilteredNexthopSmDel() {
-    return stageDel<RouterFilteredNexthopSm>();
-  }
-  Vox::Ptr<FecRouterNexthopInfoSm> fecRouterNexthopInfoSmDel() {
-    return stageDel<FecRouterNexthopInfoSm>();
-  }
-  Vox::Ptr<LabelForwardingInfoSm> labelForwardingInfoSmDel() {
-    return stageDel<LabelForwardingInfoSm>();
-  }
-
-  // The stage declaration as text, one entry per row in order: the reactor's qualified name and
-  // when the manager creates it ("always", or "compiled" / "hand-written" as its toggle says).
-  struct DeclaredStage {
-    std::string_view reactor;
-    std::string_view created;
-    bool operator==(const DeclaredStage&) const = default;
+  // A collection the manager is handed: the attribute name it is known by and its type (const
+  // where the stages only read it).
+  template <Quill::StaticName Name, class Coll>
+  struct Collection {
+    static constexpr std::string_view kName = Name.view();
+    using Slot = Vox::Ptr<Coll>;
   };
-  static std::vector<DeclaredStage> declaredStages() {
-    std::vector<DeclaredStage> rows;
-    forEachRow([&]<class Row>() {
-      rows.push_back({Row::Reactor::kQualifiedName.view(), Row::kCreated});
-    });
-    return rows;
-  }
-
-  // Builds the pipeline: stages upstream first, each chosen by its feature toggle.
-  void handleInitialized();
-  void handleDelete();
-  // Sets the manager's flag, then each existing reactor's, in declaration order.
-  void hasNotificationActiveIs(bool active) override;
-
- private:
-  // Declaration order is the constructor's argument order; members are released in reverse.
-  Vox::Ptr<const LabelBindingTable> p2mpLocalLabelBindingTable_;
-  Vox::Ptr<const LabelBindingTableColl> p2mpPeerLabelBindingTableColl_;
-  Vox::Ptr<const FecRouterLabelInfoColl> p2mpFecRouterLabelInfoColl_;
-  Vox::Ptr<const RouterIpAddrInfoColl> p2mpRouterTransportIpAddrInfoColl_;
-  Vox::Ptr<IpAddrRouterIdInfoColl> p2mpIpAddrRouterIdInfoColl_;
-  Vox::Ptr<const IpNexthopInfoColl> p2mpIpNexthopInfoColl_;
-  Vox::Ptr<RouterNexthopInfoColl> p2mpRouterNexthopInfoColl_;
-  Vox::Ptr<IntfRouterNexthopInfoColl> p2mpIntfRouterNexthopInfoColl_;
-  Vox::Ptr<const MplsIntfColl> p2mpMplsIntfColl_;
-  Vox::Ptr<RouterIpNexthopInfoColl> p2mpRouterIpNexthopInfoColl_;
-  Vox::Ptr<const RouterIpAddrInfoColl> p2mpRouterIntfIpAddrInfoColl_;
-  Vox::Ptr<RouterNexthopInfoColl> p2mpRouterFilteredNexthopColl_;
-  Vox::Ptr<FecRouterNexthopInfoColl> p2mpFecRouterNexthopInfoColl_;
-  Vox::Ptr<LabelForwardingInfoColl> p2mpLabelForwardingInfoColl_;
-  // The pipeline, declared once: every stage reactor in pipeline order, when the manager creates
-  // it, its factory and the manager's collections it is built over. Creation,
-  // iteration, switching and removal all follow this list; adding a stage is one row here, its
-  // reactor's own files and its named getter, setter and remover above.
+  // A stage reactor, its factory and when the manager creates it.
   template <class>
   struct FactoryReactor;
   template <class Sm, class... Params>
   struct FactoryReactor<Vox::Ptr<Sm> (*)(Params...)> {
     using type = Sm;
   };
-  // A row: when the stage is created, the factory that creates it, and the collections it is
-  // handed (inputs first, its output last).
-  template <class When, auto Factory, auto... Colls>
-  struct Stage {
+  template <auto Factory, class When>
+  struct Variant : When {
     using Reactor = typename FactoryReactor<decltype(Factory)>::type;
-    static constexpr std::string_view kCreated = When::kCreated;
-    static bool chosen() { return When::chosen(); }
-    static void createIn(P2mpLfibGenSmManager& manager) {
-      manager.stageIs(Factory, manager.*Colls...);
-    }
+    static constexpr auto kFactory = Factory;
   };
-  // Stages 5 to 7 have one variant; stages 1 to 4 two, of which the toggle picks one.
   struct Always {
     static constexpr std::string_view kCreated = "always";
     static bool chosen() { return true; }
@@ -344,51 +104,313 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
     static constexpr std::string_view kCreated = "hand-written";
     static bool chosen() { return !Toggle(); }
   };
-  using M = P2mpLfibGenSmManager;
-  using Stages = std::tuple<
-      // 1: routers per address
-      Stage<HandWritten<toggleMplsFluxInversionEnabled>, ipAddrRouterIdInfoSmFactory,
-            &M::p2mpRouterTransportIpAddrInfoColl_, &M::p2mpIpAddrRouterIdInfoColl_>,
-      Stage<Compiled<toggleMplsFluxInversionEnabled>, ipAddrToRouterIdInfoSmFactory,
-            &M::p2mpRouterTransportIpAddrInfoColl_, &M::p2mpIpAddrRouterIdInfoColl_>,
-      // 2: vias per router
-      Stage<HandWritten<toggleMplsFluxConcatEnabled>, routerNexthopInfoSmFactory,
-            &M::p2mpIpAddrRouterIdInfoColl_, &M::p2mpIpNexthopInfoColl_,
-            &M::p2mpRouterNexthopInfoColl_>,
-      Stage<Compiled<toggleMplsFluxConcatEnabled>, routerIdToNexthopInfoSmFactory,
-            &M::p2mpIpAddrRouterIdInfoColl_, &M::p2mpIpNexthopInfoColl_,
-            &M::p2mpRouterNexthopInfoColl_>,
-      // 3: router vias per interface
-      Stage<HandWritten<toggleMplsFluxIntfRouterSmEnabled>, intfRouterNexthopInfoSmFactory,
-            &M::p2mpRouterNexthopInfoColl_, &M::p2mpIntfRouterNexthopInfoColl_>,
-      Stage<Compiled<toggleMplsFluxIntfRouterSmEnabled>, intfToRouterNexthopInfoSmFactory,
-            &M::p2mpRouterNexthopInfoColl_, &M::p2mpIntfRouterNexthopInfoColl_>,
-      // 4: router vias per hop address, MPLS interfaces only
-      Stage<HandWritten<toggleMplsFluxRouterIpNexthopEnabled>, routerIpNexthopInfoSmFactory,
-            &M::p2mpIntfRouterNexthopInfoColl_, &M::p2mpMplsIntfColl_,
-            &M::p2mpRouterIpNexthopInfoColl_>,
-      Stage<Compiled<toggleMplsFluxRouterIpNexthopEnabled>, routerIdToIpNexthopInfoSmFactory,
-            &M::p2mpIntfRouterNexthopInfoColl_, &M::p2mpMplsIntfColl_,
-            &M::p2mpRouterIpNexthopInfoColl_>,
-      // 5: vias leading straight to the peer
-      Stage<Always, routerFilteredNexthopSmFactory, &M::p2mpRouterIpNexthopInfoColl_,
-            &M::p2mpRouterIntfIpAddrInfoColl_, &M::p2mpRouterFilteredNexthopColl_>,
-      // 6: one via per FEC and router
-      Stage<Always, fecRouterNexthopInfoSmFactory, &M::p2mpPeerLabelBindingTableColl_,
-            &M::p2mpRouterFilteredNexthopColl_, &M::p2mpFecRouterNexthopInfoColl_>,
-      // 7: the p2mp LFIB
-      Stage<Always, labelForwardingInfoSmFactory, &M::p2mpLocalLabelBindingTable_,
-            &M::p2mpFecRouterLabelInfoColl_, &M::p2mpFecRouterNexthopInfoColl_,
-            &M::p2mpLabelForwardingInfoColl_>>;
+  // A stage with one reactor, or with a hand-written and a compiled one of which `Toggle` picks
+  // one (compiled when on).
+  template <auto Factory>
+  using One = std::tuple<Variant<Factory, Always>>;
+  template <bool (*Toggle)(), auto HandWrittenFactory, auto CompiledFactory>
+  using Toggled = std::tuple<Variant<HandWrittenFactory, HandWritten<Toggle>>,
+                             Variant<CompiledFactory, Compiled<Toggle>>>;
+  using AuditRule = void (*)(Quill::StageAuditor&, const P2mpLfibGenSmManager&);
+  // A stage: its number and name, its reactor(s), its audit rule, and the collections its reactor
+  // is built over by name (inputs first, its output last, as the reactor's constructor takes them).
+  template <int Number, Quill::StaticName Name, class Variants, AuditRule Rule,
+            Quill::StaticName... Colls>
+  struct Stage {
+    static constexpr int kNumber = Number;
+    static constexpr std::string_view kName = Name.view();
+    using Reactors = Variants;
+    static std::string label() {
+      return "stage " + std::to_string(Number) + " (" + std::string(kName) + ")";
+    }
+    static void audit(Quill::StageAuditor& auditor, const P2mpLfibGenSmManager& manager) {
+      Rule(auditor, manager);
+    }
+    static void createIn(P2mpLfibGenSmManager& manager) {
+      forEachOf<Variants>([&]<class V>() {
+        if (V::chosen()) manager.stageIs(V::kFactory, manager.coll<Colls>()...);
+      });
+    }
+    // "5, 6 -> 7": the collections by their number in `Collections`.
+    static std::string collectionNumbers() {
+      std::string text;
+      std::size_t left = sizeof...(Colls);
+      ((text += std::to_string(collectionIndex<Colls>() + 1) +
+                (--left == 0 ? "" : (left == 1 ? " -> " : ", "))),
+       ...);
+      return text;
+    }
+  };
 
-  // Applies `f` to every row of the declaration, in order, as `f.template operator()<Row>()`.
-  template <class F>
-  static void forEachRow(F&& f) {
+  // The fourteen collections, in the constructor's order.
+  using Collections =
+      std::tuple<Collection<"p2mpLocalLabelBindingTable", const LabelBindingTable>,
+                 Collection<"p2mpPeerLabelBindingTableColl", const LabelBindingTableColl>,
+                 Collection<"p2mpFecRouterLabelInfoColl", const FecRouterLabelInfoColl>,
+                 Collection<"p2mpRouterTransportIpAddrInfoColl", const RouterIpAddrInfoColl>,
+                 Collection<"p2mpIpAddrRouterIdInfoColl", IpAddrRouterIdInfoColl>,
+                 Collection<"p2mpIpNexthopInfoColl", const IpNexthopInfoColl>,
+                 Collection<"p2mpRouterNexthopInfoColl", RouterNexthopInfoColl>,
+                 Collection<"p2mpIntfRouterNexthopInfoColl", IntfRouterNexthopInfoColl>,
+                 Collection<"p2mpMplsIntfColl", const MplsIntfColl>,
+                 Collection<"p2mpRouterIpNexthopInfoColl", RouterIpNexthopInfoColl>,
+                 Collection<"p2mpRouterIntfIpAddrInfoColl", const RouterIpAddrInfoColl>,
+                 Collection<"p2mpRouterFilteredNexthopColl", RouterNexthopInfoColl>,
+                 Collection<"p2mpFecRouterNexthopInfoColl", FecRouterNexthopInfoColl>,
+                 Collection<"p2mpLabelForwardingInfoColl", LabelForwardingInfoColl>>;
+
+  // The seven stages, upstream first.
+  using Stages = std::tuple<
+      Stage<1, "inversion",
+            Toggled<toggleMplsFluxInversionEnabled, ipAddrRouterIdInfoSmFactory,
+                    ipAddrToRouterIdInfoSmFactory>,
+            auditInversion, "p2mpRouterTransportIpAddrInfoColl", "p2mpIpAddrRouterIdInfoColl">,
+      Stage<2, "router next-hops",
+            Toggled<toggleMplsFluxConcatEnabled, routerNexthopInfoSmFactory,
+                    routerIdToNexthopInfoSmFactory>,
+            auditRouterNexthops, "p2mpIpAddrRouterIdInfoColl", "p2mpIpNexthopInfoColl",
+            "p2mpRouterNexthopInfoColl">,
+      Stage<3, "interface grouping",
+            Toggled<toggleMplsFluxIntfRouterSmEnabled, intfRouterNexthopInfoSmFactory,
+                    intfToRouterNexthopInfoSmFactory>,
+            auditInterfaceGrouping, "p2mpRouterNexthopInfoColl", "p2mpIntfRouterNexthopInfoColl">,
+      Stage<4, "MPLS filter",
+            Toggled<toggleMplsFluxRouterIpNexthopEnabled, routerIpNexthopInfoSmFactory,
+                    routerIdToIpNexthopInfoSmFactory>,
+            auditMplsFilter, "p2mpIntfRouterNexthopInfoColl", "p2mpMplsIntfColl",
+            "p2mpRouterIpNexthopInfoColl">,
+      Stage<5, "interface-address filter", One<routerFilteredNexthopSmFactory>, auditAddressFilter,
+            "p2mpRouterIpNexthopInfoColl", "p2mpRouterIntfIpAddrInfoColl",
+            "p2mpRouterFilteredNexthopColl">,
+      Stage<6, "FEC next-hops", One<fecRouterNexthopInfoSmFactory>, auditFecNexthops,
+            "p2mpPeerLabelBindingTableColl", "p2mpRouterFilteredNexthopColl",
+            "p2mpFecRouterNexthopInfoColl">,
+      Stage<7, "LFIB", One<labelForwardingInfoSmFactory>, auditLfib, "p2mpLocalLabelBindingTable",
+            "p2mpFecRouterLabelInfoColl", "p2mpFecRouterNexthopInfoColl",
+            "p2mpLabelForwardingInfoColl">>;
+  // ----------------------------------------------------------------------------------------------
+
+  // Type-level plumbing over the two lists.
+  template <class Tuple, class F>
+  static constexpr void forEachOf(F&& f) {
     [&]<class... Rows>(std::tuple<Rows...>*) {
       (f.template operator()<Rows>(), ...);
-    }(static_cast<Stages*>(nullptr));
+    }(static_cast<Tuple*>(nullptr));
+  }
+  template <class... Tuples>
+  struct Concat;
+  template <class... A>
+  struct Concat<std::tuple<A...>> {
+    using type = std::tuple<A...>;
+  };
+  template <class... A, class... B, class... Rest>
+  struct Concat<std::tuple<A...>, std::tuple<B...>, Rest...>
+      : Concat<std::tuple<A..., B...>, Rest...> {};
+  template <class>
+  struct Flatten;
+  template <class... Ss>
+  struct Flatten<std::tuple<Ss...>> : Concat<typename Ss::Reactors...> {};
+  // Every stage reactor, in attribute order (a toggled stage's hand-written one first).
+  using Variants = typename Flatten<Stages>::type;
+  template <class>
+  struct SlotsOf;
+  template <class... Rows>
+  struct SlotsOf<std::tuple<Rows...>> {
+    using type = std::tuple<typename Rows::Slot...>;
+  };
+  template <class>
+  struct ReactorSlotsOf;
+  template <class... Vs>
+  struct ReactorSlotsOf<std::tuple<Vs...>> {
+    using type = std::tuple<Vox::Ptr<typename Vs::Reactor>...>;
+  };
+  // Where the collection of that name is in `Collections` (its size when there is none).
+  template <Quill::StaticName Name>
+  static constexpr std::size_t collectionIndex() {
+    std::size_t index = 0, found = std::tuple_size_v<Collections>;
+    forEachOf<Collections>([&]<class Row>() {
+      if (Row::kName == Name.view()) found = index;
+      ++index;
+    });
+    return found;
+  }
+  template <class F>
+  static void forEachCollectionRow(F&& f) {
+    [&]<std::size_t... I>(std::index_sequence<I...>) {
+      (f.template operator()<std::tuple_element_t<I, Collections>, I>(), ...);
+    }
+    (std::make_index_sequence<std::tuple_size_v<Collections>>());
   }
 
+  using CollectionSlots = typename SlotsOf<Collections>::type;
+
+  template <Quill::StaticName Name>
+  const std::tuple_element_t<collectionIndex<Name>(), CollectionSlots>& coll() const {
+    return std::get<collectionIndex<Name>()>(collections_);
+  }
+
+ public:
+  static constexpr Quill::StaticName kQualifiedName = "Mpls::P2mpLfibGenSmManager";
+
+  // The fourteen collections, in the order `Collections` declares them.
+  template <class... Colls>
+  requires std::is_constructible_v<CollectionSlots, const Colls&...>
+  explicit P2mpLfibGenSmManager(const Colls&... colls) : collections_(colls...) {
+    handleInitialized();
+  }
+  ~P2mpLfibGenSmManager() override;
+
+  // Allocates a manager over the fourteen collections, in the constructor's order, and turns
+  // it on; its pipeline is then running.
+  template <class... Colls>
+  requires std::is_constructible_v<P2mpLfibGenSmManager, const Colls&...>
+  static Vox::Ptr<P2mpLfibGenSmManager> P2mpLfibGenSmManagerIs(const Colls&... colls) {
+    return create(colls...);
+  }
+
+  // The collections, fixed at construction.
+  const auto& p2mpLocalLabelBindingTable() const { return coll<"p2mpLocalLabelBindingTable">(); }
+  const auto& p2mpPeerLabelBindingTableColl() const {
+    return coll<"p2mpPeerLabelBindingTableColl">();
+  }
+  const auto& p2mpFecRouterLabelInfoColl() const { return coll<"p2mpFecRouterLabelInfoColl">(); }
+  const auto& p2mpRouterTransportIpAddrInfoColl() const {
+    return coll<"p2mpRouterTransportIpAddrInfoColl">();
+  }
+  const auto& p2mpIpAddrRouterIdInfoColl() const { return coll<"p2mpIpAddrRouterIdInfoColl">(); }
+  const auto& p2mpIpNexthopInfoColl() const { return coll<"p2mpIpNexthopInfoColl">(); }
+  const auto& p2mpRouterNexthopInfoColl() const { return coll<"p2mpRouterNexthopInfoColl">(); }
+  const auto& p2mpIntfRouterNexthopInfoColl() const {
+    return coll<"p2mpIntfRouterNexthopInfoColl">();
+  }
+  const auto& p2mpMplsIntfColl() const { return coll<"p2mpMplsIntfColl">(); }
+  const auto& p2mpRouterIpNexthopInfoColl() const { return coll<"p2mpRouterIpNexthopInfoColl">(); }
+  const auto& p2mpRouterIntfIpAddrInfoColl() const {
+    return coll<"p2mpRouterIntfIpAddrInfoColl">();
+  }
+  const auto& p2mpRouterFilteredNexthopColl() const {
+    return coll<"p2mpRouterFilteredNexthopColl">();
+  }
+  const auto& p2mpFecRouterNexthopInfoColl() const {
+    return coll<"p2mpFecRouterNexthopInfoColl">();
+  }
+  const auto& p2mpLabelForwardingInfoColl() const { return coll<"p2mpLabelForwardingInfoColl">(); }
+
+  // The stage reactors, null until created.
+  const auto& ipAddrRouterIdInfoSm() const { return stage<IpAddrRouterIdInfoSm>(); }
+  const auto& ipAddrToRouterIdInfoSm() const { return stage<IpAddrToRouterIdInfoSm>(); }
+  const auto& routerNexthopInfoSm() const { return stage<RouterNexthopInfoSm>(); }
+  const auto& routerIdToNexthopInfoSm() const { return stage<RouterIdToNexthopInfoSm>(); }
+  const auto& intfRouterNexthopInfoSm() const { return stage<IntfRouterNexthopInfoSm>(); }
+  const auto& intfToRouterNexthopInfoSm() const { return stage<IntfToRouterNexthopInfoSm>(); }
+  const auto& routerIpNexthopInfoSm() const { return stage<RouterIpNexthopInfoSm>(); }
+  const auto& routerIdToIpNexthopInfoSm() const { return stage<RouterIdToIpNexthopInfoSm>(); }
+  const auto& routerFilteredNexthopSm() const { return stage<RouterFilteredNexthopSm>(); }
+  const auto& fecRouterNexthopInfoSm() const { return stage<FecRouterNexthopInfoSm>(); }
+  const auto& labelForwardingInfoSm() const { return stage<LabelForwardingInfoSm>(); }
+
+  // Stage setters, each taking what its reactor's constructor takes: return the existing reactor
+  // when it was built over the very same collections, else create a new one (releasing the
+  // previous), turn it on and return it.
+  template <class... Colls>
+  auto ipAddrRouterIdInfoSmIs(const Colls&... colls) {
+    return stageIs(ipAddrRouterIdInfoSmFactory, colls...);
+  }
+  template <class... Colls>
+  auto ipAddrToRouterIdInfoSmIs(const Colls&... colls) {
+    return stageIs(ipAddrToRouterIdInfoSmFactory, colls...);
+  }
+  template <class... Colls>
+  auto routerNexthopInfoSmIs(const Colls&... colls) {
+    return stageIs(routerNexthopInfoSmFactory, colls...);
+  }
+  template <class... Colls>
+  auto routerIdToNexthopInfoSmIs(const Colls&... colls) {
+    return stageIs(routerIdToNexthopInfoSmFactory, colls...);
+  }
+  template <class... Colls>
+  auto intfRouterNexthopInfoSmIs(const Colls&... colls) {
+    return stageIs(intfRouterNexthopInfoSmFactory, colls...);
+  }
+  template <class... Colls>
+  auto intfToRouterNexthopInfoSmIs(const Colls&... colls) {
+    return stageIs(intfToRouterNexthopInfoSmFactory, colls...);
+  }
+  template <class... Colls>
+  auto routerIpNexthopInfoSmIs(const Colls&... colls) {
+    return stageIs(routerIpNexthopInfoSmFactory, colls...);
+  }
+  template <class... Colls>
+  auto routerIdToIpNexthopInfoSmIs(const Colls&... colls) {
+    return stageIs(routerIdToIpNexthopInfoSmFactory, colls...);
+  }
+  template <class... Colls>
+  auto routerFilteredNexthopSmIs(const Colls&... colls) {
+    return stageIs(routerFilteredNexthopSmFactory, colls...);
+  }
+  template <class... Colls>
+  auto fecRouterNexthopInfoSmIs(const Colls&... colls) {
+    return stageIs(fecRouterNexthopInfoSmFactory, colls...);
+  }
+  template <class... Colls>
+  auto labelForwardingInfoSmIs(const Colls&... colls) {
+    return stageIs(labelForwardingInfoSmFactory, colls...);
+  }
+
+  // Stage removers: null the attribute, turn the reactor's notifications off and hand it over.
+  auto ipAddrRouterIdInfoSmDel() { return stageDel<IpAddrRouterIdInfoSm>(); }
+  auto ipAddrToRouterIdInfoSmDel() { return stageDel<IpAddrToRouterIdInfoSm>(); }
+  auto routerNexthopInfoSmDel() { return stageDel<RouterNexthopInfoSm>(); }
+  auto routerIdToNexthopInfoSmDel() { return stageDel<RouterIdToNexthopInfoSm>(); }
+  auto intfRouterNexthopInfoSmDel() { return stageDel<IntfRouterNexthopInfoSm>(); }
+  auto intfToRouterNexthopInfoSmDel() { return stageDel<IntfToRouterNexthopInfoSm>(); }
+  auto routerIpNexthopInfoSmDel() { return stageDel<RouterIpNexthopInfoSm>(); }
+  auto routerIdToIpNexthopInfoSmDel() { return stageDel<RouterIdToIpNexthopInfoSm>(); }
+  auto routerFilteredNexthopSmDel() { return stageDel<RouterFilteredNexthopSm>(); }
+  auto fecRouterNexthopInfoSmDel() { return stageDel<FecRouterNexthopInfoSm>(); }
+  auto labelForwardingInfoSmDel() { return stageDel<LabelForwardingInfoSm>(); }
+
+  // Builds the pipeline: stages upstream first, each chosen by its feature toggle.
+  void handleInitialized();
+  void handleDelete();
+  // Sets the manager's flag, then each existing reactor's, in declaration order.
+  void hasNotificationActiveIs(bool active) override;
+
+  // Applies `f(name, collection)` to each collection, in declaration order.
+  template <class F>
+  void forEachCollection(F&& f) const {
+    forEachCollectionRow(
+        [&]<class Row, std::size_t I>() { f(Row::kName, std::get<I>(collections_)); });
+  }
+  // The collections' attribute names, in declaration order.
+  static std::vector<std::string_view> collectionNames() {
+    std::vector<std::string_view> names;
+    forEachCollectionRow([&]<class Row, std::size_t>() { names.push_back(Row::kName); });
+    return names;
+  }
+
+  // Applies `f.template operator()<Stage>()` to each stage's row, in pipeline order. A row offers
+  // kNumber, kName, label() ("stage 1 (inversion)") and audit(auditor, manager).
+  template <class F>
+  static void forEachStageRow(F&& f) {
+    forEachOf<Stages>(f);
+  }
+
+  // The declaration as text, one entry per stage reactor in order, for the architecture document:
+  // the stage, its name, the reactor, when the manager creates it ("always", or "compiled" /
+  // "hand-written" as its toggle says) and the collections it reads and writes by number
+  // ("4 -> 5").
+  struct DeclaredReactor {
+    int stage;
+    std::string_view name;
+    std::string_view reactor;
+    std::string_view created;
+    std::string collections;
+    bool operator==(const DeclaredReactor&) const = default;
+  };
+  static std::vector<DeclaredReactor> declaredStages();
+
+ private:
   template <class Sm>
   const Vox::Ptr<Sm>& stage() const {
     return std::get<Vox::Ptr<Sm>>(stages_);
@@ -418,14 +440,10 @@ class P2mpLfibGenSmManager : public Quill::StageReactor<P2mpLfibGenSmManager> {
     std::apply([&](const auto&... stage) { ((stage ? action(*stage) : void()), ...); }, stages_);
   }
 
-  // One slot per row of `Stages`, null until the row's reactor is created.
-  template <class>
-  struct SlotsOf;
-  template <class... Rows>
-  struct SlotsOf<std::tuple<Rows...>> {
-    using type = std::tuple<Vox::Ptr<typename Rows::Reactor>...>;
-  };
-  typename SlotsOf<Stages>::type stages_;
+  // Released in reverse declaration order when the manager goes, after the reactors.
+  CollectionSlots collections_;
+  // One slot per stage reactor, null until it is created.
+  typename ReactorSlotsOf<Variants>::type stages_;
 };
 
 // The manager's factory: forwards to `P2mpLfibGenSmManager::P2mpLfibGenSmManagerIs`.

@@ -1,7 +1,13 @@
 #pragma once
 // The fourteen collections a pipeline manager is handed, owned the way an agent owns them, and
 // the manager's construction over them in its argument order. An agent that keeps its
-// collections in one bundle creates them all here and hands them over with `managerIs()`.
+// collections in one bundle creates them all here and hands them over with `managerIs()`; a
+// bundle in the wrong order does not compile (the manager's constructor checks each type).
+#include <cstddef>
+#include <string_view>
+#include <tuple>
+#include <vector>
+
 #include "quill/pipeline/P2mpLfibGenSmManager.h"
 
 namespace Mpls {
@@ -22,15 +28,24 @@ struct PipelineCollections {
   Vox::Ptr<FecRouterNexthopInfoColl> fecRouterNexthop = Vox::create<FecRouterNexthopInfoColl>();
   Vox::Ptr<LabelForwardingInfoColl> lfib = Vox::create<LabelForwardingInfoColl>();
 
+  // Every collection, in the order the manager's declaration lists them.
+  auto all() const {
+    return std::tuple(localTable, peerTables, fecRouterLabel, transportAddrs, ipAddrRouterId,
+                      ipNexthop, routerNexthop, intfRouterNexthop, mplsIntfs, routerIpNexthop,
+                      intfAddrs, filteredNexthop, fecRouterNexthop, lfib);
+  }
+
   Vox::Ptr<P2mpLfibGenSmManager> managerIs() const {
-    return p2mpLfibGenSmManagerFactory(
-        Vox::Ptr<const LabelBindingTable>(localTable),
-        Vox::Ptr<const LabelBindingTableColl>(peerTables),
-        Vox::Ptr<const FecRouterLabelInfoColl>(fecRouterLabel),
-        Vox::Ptr<const RouterIpAddrInfoColl>(transportAddrs), ipAddrRouterId,
-        Vox::Ptr<const IpNexthopInfoColl>(ipNexthop), routerNexthop, intfRouterNexthop,
-        Vox::Ptr<const MplsIntfColl>(mplsIntfs), routerIpNexthop,
-        Vox::Ptr<const RouterIpAddrInfoColl>(intfAddrs), filteredNexthop, fecRouterNexthop, lfib);
+    return std::apply([](const auto&... colls) { return p2mpLfibGenSmManagerFactory(colls...); },
+                      all());
+  }
+
+  // Applies `f(name, collection)` to each, named and ordered as the manager declares them.
+  template <class F>
+  void forEachCollection(F&& f) const {
+    const std::vector<std::string_view> names = P2mpLfibGenSmManager::collectionNames();
+    std::size_t i = 0;
+    std::apply([&](const auto&... colls) { (f(names[i++], colls), ...); }, all());
   }
 };
 

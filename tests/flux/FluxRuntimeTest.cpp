@@ -89,15 +89,6 @@ TEST_F(FluxInversionTest, EmptyInputsAreReadyAtOnceAndReadinessIsDecidedOnce) {
             (std::vector<std::string>{"handlePipeline0Input", " .. not reconciling."}));
 }
 
-TEST_F(FluxInversionTest, ARouterRemovedWholeWithdrawsItsPairsAtOnce) {
-  auto sm = IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(in, out);
-  add("2.2.2.2:0", "10.0.0.1");
-  add("2.2.2.2:0", "10.0.0.2");
-  add("3.3.3.3:0", "10.0.0.1");
-  in->routerIpAddrDel(v<RouterId>("2.2.2.2:0"));
-  EXPECT_EQ(output(), Lines{"10.0.0.1 3.3.3.3:0"});
-}
-
 // A router whose last address is withdrawn keeps its input entry, and the pipeline keeps
 // following it; an address entry goes with its last router.
 TEST_F(FluxInversionTest, ARouterWithNoAddressLeftIsStillFollowed) {

@@ -80,8 +80,10 @@ class FecRouterNexthopInfoSmTest : public ::testing::Test {
 };
 
 // Where FECs move when a via comes or goes is PipelinePropertyTest's
-// (ViaChoicesMoveOnlyWhereTheyMust) and the ring's (ConsistentHashCircleChurnTest); here, the ends:
-// nothing before the first via, and the router's FECs and its ring gone with the last.
+// (ViaChoicesMoveOnlyWhereTheyMust) and the ring's (ConsistentHashCircleChurnTest), and which
+// (FEC, router) pairs have a choice as bindings and whole peer tables come and go is the audit's;
+// here, the ends: nothing before the first via, and the router's FECs and its ring gone with the
+// last.
 TEST_F(FecRouterNexthopInfoSmTest, TheFirstViaTakesEveryFecAndTheLastLeavesNoRing) {
   start();
   bindAll(router);
@@ -138,20 +140,6 @@ TEST_F(FecRouterNexthopInfoSmTest, AChoiceNotifiesOnlyWhenItChanges) {
   sm->handleRouterNexthop(router, via(1));  // reported again: counted as a collision, no change
   EXPECT_EQ(changes, 2 * moved);
   EXPECT_EQ(sm->fecViaConsistentHashColl()->consistentHash(router)->ch()->collisions(), 1u);
-}
-
-TEST_F(FecRouterNexthopInfoSmTest, BindingsComeAndGoPerRouter) {
-  start();
-  const RouterId other = v<RouterId>("3.3.3.3:0");
-  viaIs(router, via(0));
-  viaIs(other, via(5));
-  tables->bindingTableIs(router)->bindingIs(fec(1))->mplsLabelIs(Vela::MplsLabel(100));
-  tables->bindingTableIs(other)->bindingIs(fec(1))->mplsLabelIs(Vela::MplsLabel(200));
-  EXPECT_EQ(out->fecRouterNexthop(fec(1))->routerNexthopInfos(), 2u);
-  tables->bindingTable(router)->bindingDel(fec(1));
-  EXPECT_EQ(out->fecRouterNexthop(fec(1))->routerNexthopInfos(), 1u);
-  tables->bindingTableDel(other);  // the whole table: its zombie run withdraws its FECs
-  EXPECT_EQ(out->fecRouterNexthop(fec(1)), nullptr);
 }
 
 TEST_F(FecRouterNexthopInfoSmTest, InitializationRebuildsWhatIncrementalProcessingBuilt) {

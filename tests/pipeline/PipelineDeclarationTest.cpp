@@ -11,7 +11,7 @@
 
 namespace {
 
-using Row = std::pair<std::string, std::string>;  // reactor, when it is created
+using Row = std::vector<std::string>;  // stage, name, reactor, when it is created, collections
 
 // The cells of a table line "| a | b | c |", trimmed; empty for any other line.
 std::vector<std::string> cells(const std::string& line) {
@@ -26,24 +26,25 @@ std::vector<std::string> cells(const std::string& line) {
   return out;
 }
 
-// The rows of the table whose header is "| Row | Stage reactor | Created |": the reactor without
-// its backquotes, and when it is created.
+const std::vector<std::string> kHeader{"Stage", "Name", "Reactor", "Created", "Collections"};
+
+// The rows of the table whose header is kHeader, the reactor without its backquotes.
 std::vector<Row> documentedRows(const std::string& path) {
   std::ifstream doc(path);
   EXPECT_TRUE(doc) << "cannot read " << path;
   std::vector<Row> rows;
   bool inTable = false;
   for (std::string line; std::getline(doc, line);) {
-    const auto row = cells(line);
-    if (row == std::vector<std::string>{"Row", "Stage reactor", "Created"}) {
+    auto row = cells(line);
+    if (row == kHeader) {
       inTable = true;
     } else if (inTable && row.empty()) {
       break;
-    } else if (inTable && row.size() == 3 && row[0] != "--:") {
-      EXPECT_EQ(row[0], std::to_string(rows.size() + 1)) << line;
-      const bool quoted = row[1].size() > 2 && row[1].front() == '`' && row[1].back() == '`';
+    } else if (inTable && row.size() == kHeader.size() && !row[0].starts_with("--")) {
+      const bool quoted = row[2].size() > 2 && row[2].front() == '`' && row[2].back() == '`';
       EXPECT_TRUE(quoted) << line;
-      rows.emplace_back(quoted ? row[1].substr(1, row[1].size() - 2) : row[1], row[2]);
+      if (quoted) row[2] = row[2].substr(1, row[2].size() - 2);
+      rows.push_back(row);
     }
   }
   return rows;
@@ -51,8 +52,10 @@ std::vector<Row> documentedRows(const std::string& path) {
 
 TEST(PipelineDeclarationTest, TheArchitectureTableListsEveryDeclaredStageInOrder) {
   std::vector<Row> declared;
-  for (const auto& stage : Mpls::P2mpLfibGenSmManager::declaredStages())
-    declared.emplace_back(stage.reactor, stage.created);
+  for (const auto& stage : Mpls::P2mpLfibGenSmManager::declaredStages()) {
+    declared.push_back({std::to_string(stage.stage), std::string(stage.name),
+                        std::string(stage.reactor), std::string(stage.created), stage.collections});
+  }
   EXPECT_EQ(documentedRows(QUILL_SOURCE_DIR "/docs/ARCHITECTURE.md"), declared);
 }
 
