@@ -210,8 +210,33 @@ Command parseShow(Words& words) {
   }
   command.table = std::string(table);
   if (!words.atEnd()) {
-    words.keyword("json", {"json"});
-    command.json = true;
+    const std::string_view form = words.keyword("json or dot", {"json", "dot"});
+    command.json = form == "json";
+    command.dot = form == "dot";
+    if (command.dot && table != "lfib" && table != "p2mpLabelForwardingInfoColl")
+      throw std::invalid_argument("only the LFIB has a dot form");
+  }
+  words.end();
+  return command;
+}
+
+Command parseWhy(Words& words) {
+  WhyCommand command;
+  // No FEC's text is "label": FECs read "p2mp/ROOT/OPAQUE".
+  if (words.atEnd()) throw std::invalid_argument("missing FEC or 'label'");
+  Words lookahead = words;
+  if (lookahead.take("FEC") == "label") {
+    words.take("label");
+    command.byLabel = true;
+    command.label = words.label();
+  } else {
+    command.fec = words.value<Mpls::FwdEqvClass>("FEC");
+    command.peer = words.value<Mpls::RouterId>("PEER");
+  }
+  if (!words.atEnd()) {
+    // "--dot" too, the spelling of a command-line flag, for the dot form.
+    const std::string_view form = words.keyword("json or dot", {"json", "dot", "--dot"});
+    command.form = form == "json" ? WhyCommand::Form::json : WhyCommand::Form::dot;
   }
   words.end();
   return command;
@@ -248,7 +273,13 @@ constexpr std::array kSyntax{
     Syntax{"audit", "audit",
            "recomputes every stage from its rule; prints \"audit: ok\" or the differences",
            &parseAudit},
-    Syntax{"show", "show TABLE [json]", "prints a table (see the list of tables)", &parseShow},
+    Syntax{"show", "show TABLE [json] | show lfib dot",
+           "prints a table (see the list of tables); dot: the LFIB as a Graphviz graph",
+           &parseShow},
+    Syntax{"why", "why FEC PEER [json|dot] | why label LABEL [json|dot]",
+           "why the LFIB has a branch to PEER for FEC, or the first input it lacks; a label's "
+           "branches",
+           &parseWhy},
 };
 
 }  // namespace

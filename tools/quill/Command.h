@@ -15,7 +15,9 @@
 //   peer-table ROUTER drop
 //   filtered-fec ROUTER FEC add|del        a peer table's filtered FECs
 //   restart                                the agent restarts over the state it left
-//   show TABLE [json]
+//   show TABLE [json]                      (show lfib dot: the LFIB as a Graphviz graph)
+//   why FEC PEER [json|dot]                why the LFIB has a branch to PEER for FEC, or not
+//   why label LABEL [json|dot]             each branch of a local label, with its reasons
 //
 // Blanks (spaces, tabs) separate words and "#" starts a comment. Values are written in their
 // types' text forms (`2.2.2.2:0`, `p2mp/1.1.1.1/0100040000002a`, `10.0.0.0/24`, `Ethernet1`).
@@ -94,11 +96,21 @@ struct AuditCommand {};
 struct ShowCommand {
   std::string table;
   bool json = false;
+  bool dot = false;  // the LFIB tables only
+};
+
+struct WhyCommand {
+  enum class Form { text, json, dot };
+  bool byLabel = false;
+  Mpls::FwdEqvClass fec;  // with peer, unless byLabel
+  Mpls::RouterId peer;
+  Vela::MplsLabel label;  // byLabel
+  Form form = Form::text;
 };
 
 using Command = std::variant<AddressCommand, MplsIntfCommand, RouteCommand, LocalBindingCommand,
                              PeerBindingCommand, PeerTableDropCommand, FilteredFecCommand,
-                             RestartCommand, AuditCommand, ShowCommand>;
+                             RestartCommand, AuditCommand, ShowCommand, WhyCommand>;
 
 // Why a line is not a command: `what` says what is wrong, `expected()` the form the command
 // takes (its usage line, or the list of commands when the command itself is unknown).

@@ -5,8 +5,10 @@
 #include <string>
 #include <vector>
 
+#include "tools/quill/LfibDot.h"
 #include "tools/quill/TableView.h"
 #include "tools/quill/TextForm.h"
+#include "tools/quill/WhyView.h"
 
 namespace QuillTool {
 
@@ -89,51 +91,70 @@ ScenarioRunner::ScenarioRunner(Sim::Agent& agent, Options options, std::ostream&
 
 void ScenarioRunner::apply(const Command& command) {
   const Mpls::PipelineCollections& colls = agent_.colls();
-  std::visit(
-      Overloaded{
-          [&](const AddressCommand& c) { applyAddress(colls, c); },
-          [&](const MplsIntfCommand& c) {
-            if (c.change == Change::add) {
-              colls.mplsIntfs->intfIdIs(c.intf);
-            } else {
-              colls.mplsIntfs->intfIdDel(c.intf);
-            }
-          },
-          [&](const RouteCommand& c) {
-            switch (c.kind) {
-              case RouteCommand::Kind::via:
-                agent_.resolution().routeIs(c.prefix, c.vias);
-                return;
-              case RouteCommand::Kind::connected:
-                agent_.resolution().connectedRouteIs(c.prefix, c.intf);
-                return;
-              case RouteCommand::Kind::del:
-                agent_.resolution().routeDel(c.prefix);
-                return;
-            }
-          },
-          [&](const LocalBindingCommand& c) { applyLocalBinding(colls, c); },
-          [&](const PeerBindingCommand& c) {
-            if (c.change == Change::add) {
-              agent_.peerBindingIs(c.routerId, c.fec, c.label);
-            } else {
-              agent_.peerBindingDel(c.routerId, c.fec, c.label);
-            }
-          },
-          [&](const PeerTableDropCommand& c) { agent_.peerTableDrop(c.routerId); },
-          [&](const FilteredFecCommand& c) { applyFilteredFec(colls, c); },
-          [&](const RestartCommand&) { agent_.restart(); },
-          [&](const AuditCommand&) {
-            const Quill::ResolutionTables tables{agent_.nexthopConfig().ptr(),
-                                                 agent_.nexthopStatus().ptr(),
-                                                 agent_.forwardingStatus().ptr()};
-            const Quill::AuditReport report = Quill::auditPipeline(*agent_.manager(), &tables);
-            auditFailed_ = auditFailed_ || !report.ok();
-            out_ << report.text();
-          },
-          [&](const ShowCommand& c) { showTable(agent_, c.table, c.json || options_.json, out_); },
-      },
-      command);
+  std::visit(Overloaded{
+                 [&](const AddressCommand& c) { applyAddress(colls, c); },
+                 [&](const MplsIntfCommand& c) {
+                   if (c.change == Change::add) {
+                     colls.mplsIntfs->intfIdIs(c.intf);
+                   } else {
+                     colls.mplsIntfs->intfIdDel(c.intf);
+                   }
+                 },
+                 [&](const RouteCommand& c) {
+                   switch (c.kind) {
+                     case RouteCommand::Kind::via:
+                       agent_.resolution().routeIs(c.prefix, c.vias);
+                       return;
+                     case RouteCommand::Kind::connected:
+                       agent_.resolution().connectedRouteIs(c.prefix, c.intf);
+                       return;
+                     case RouteCommand::Kind::del:
+                       agent_.resolution().routeDel(c.prefix);
+                       return;
+                   }
+                 },
+                 [&](const LocalBindingCommand& c) { applyLocalBinding(colls, c); },
+                 [&](const PeerBindingCommand& c) {
+                   if (c.change == Change::add) {
+                     agent_.peerBindingIs(c.routerId, c.fec, c.label);
+                   } else {
+                     agent_.peerBindingDel(c.routerId, c.fec, c.label);
+                   }
+                 },
+                 [&](const PeerTableDropCommand& c) { agent_.peerTableDrop(c.routerId); },
+                 [&](const FilteredFecCommand& c) { applyFilteredFec(colls, c); },
+                 [&](const RestartCommand&) { agent_.restart(); },
+                 [&](const AuditCommand&) {
+                   const Quill::ResolutionTables tables{agent_.nexthopConfig().ptr(),
+                                                        agent_.nexthopStatus().ptr(),
+                                                        agent_.forwardingStatus().ptr()};
+                   const Quill::AuditReport report =
+                       Quill::auditPipeline(*agent_.manager(), &tables);
+                   auditFailed_ = auditFailed_ || !report.ok();
+                   out_ << report.text();
+                 },
+                 [&](const ShowCommand& c) {
+                   if (c.dot) {
+                     LfibDot dot;
+                     dot.lfibIs(*colls.lfib);
+                     dot.print(out_);
+                     return;
+                   }
+                   showTable(agent_, c.table, c.json || options_.json, out_);
+                 },
+                 [&](const WhyCommand& c) {
+                   WhyForm form = c.form == WhyCommand::Form::dot    ? WhyForm::dot
+                                  : c.form == WhyCommand::Form::json ? WhyForm::json
+                                                                     : WhyForm::text;
+                   if (form == WhyForm::text && options_.json) form = WhyForm::json;
+                   if (c.byLabel) {
+                     printWhyLabel(agent_, c.label, form, out_);
+                   } else {
+                     printWhy(agent_, c.fec, c.peer, form, out_);
+                   }
+                 },
+             },
+             command);
   out_.flush();
 }
 

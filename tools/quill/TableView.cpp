@@ -13,8 +13,6 @@ namespace QuillTool {
 
 namespace {
 
-using Colls = Mpls::PipelineCollections;
-
 // "1 route", "2 routes".
 std::string count(std::size_t n, std::string_view one, std::string_view many) {
   return std::to_string(n) + " " + std::string(n == 1 ? one : many);
@@ -25,16 +23,6 @@ constexpr std::string_view kNone = "-";
 
 std::string cell(std::string text) {
   return text.empty() ? std::string(kNone) : text;
-}
-
-template <class T>
-std::vector<T> sorted(const Vox::KeyedSet<T>& set) {
-  std::vector<T> values;
-  values.reserve(set.size());
-  for (const T& value : set)
-    values.push_back(value);
-  std::sort(values.begin(), values.end());
-  return values;
 }
 
 template <class T>
@@ -82,7 +70,7 @@ std::vector<std::string> concat(std::vector<std::string> head,
 // One row per via of a router's next-hop entry: next hop, interface and the addresses that
 // justify the via (empty when the writing stage keeps no justifications).
 std::vector<std::vector<std::string>> viaRows(const Mpls::RouterNexthopInfo& info) {
-  std::vector<Mpls::FibVia> vias = sorted(info.viaColl());
+  std::vector<Mpls::FibVia> vias = Vox::sortedValues(info.viaColl());
   // A via present only among the justifications would break the entity's invariant; show it
   // rather than hide it.
   for (auto it = info.nexthopIpInfoColl().begin(); it != info.nexthopIpInfoColl().end(); ++it) {
@@ -92,9 +80,9 @@ std::vector<std::vector<std::string>> viaRows(const Mpls::RouterNexthopInfo& inf
   std::vector<std::vector<std::string>> rows;
   for (const Mpls::FibVia& via : vias) {
     const auto justification = info.nexthopIpInfo(via);
-    rows.push_back(
-        concat(viaCells(via),
-               {justification ? joined(sorted(justification->destIpColl())) : std::string(kNone)}));
+    rows.push_back(concat(viaCells(via),
+                          {justification ? joined(Vox::sortedValues(justification->destIpColl()))
+                                         : std::string(kNone)}));
   }
   if (rows.empty()) rows.push_back({std::string(kNone), std::string(kNone), std::string(kNone)});
   return rows;
@@ -109,8 +97,7 @@ void printTitled(std::ostream& out, std::string_view name, const std::string& su
   out << '\n';
 }
 
-void humanLfib(const Mpls::LabelForwardingInfoColl& lfib, std::string_view name,
-               std::ostream& out) {
+void human(const Mpls::LabelForwardingInfoColl& lfib, std::string_view name, std::ostream& out) {
   TextTable table({"LOCAL LABEL", "NEXT HOP", "INTERFACE", "OUT LABEL", "FEC", "PEER"});
   std::size_t branches = 0;
   for (const Vela::MplsLabel& label : sortedKeys(lfib.labelForwardingColl())) {
@@ -121,7 +108,7 @@ void humanLfib(const Mpls::LabelForwardingInfoColl& lfib, std::string_view name,
       const auto info = entry->forwardingInfo(branch);
       const std::vector<std::string> head =
           concat(concat({textOf(label)}, viaCells(branch.via())), {textOf(branch.label())});
-      const std::vector<Mpls::FecRouter> reasons = sorted(info->fecRouterColl());
+      const std::vector<Mpls::FecRouter> reasons = Vox::sortedValues(info->fecRouterColl());
       if (reasons.empty()) table.rowIs(concat(head, {std::string(kNone), std::string(kNone)}));
       for (const Mpls::FecRouter& reason : reasons)
         table.rowIs(concat(head, {textOf(reason.fwdEqvClass()), textOf(reason.routerId())}));
@@ -149,7 +136,7 @@ void bindingRows(const Mpls::LabelBindingTable& table, const std::vector<std::st
     const std::string filteredText = filtered ? textOf(*filtered) : std::string(kNone);
     const auto binding = table.binding(fec);
     const std::vector<Vela::MplsLabel> labels =
-        binding ? sorted(binding->mplsLabelColl()) : std::vector<Vela::MplsLabel>{};
+        binding ? Vox::sortedValues(binding->mplsLabelColl()) : std::vector<Vela::MplsLabel>{};
     if (labels.empty()) {
       out.rowIs(concat(lead, {textOf(fec), std::string(kNone), filteredText}));
     }
@@ -158,28 +145,26 @@ void bindingRows(const Mpls::LabelBindingTable& table, const std::vector<std::st
   }
 }
 
-void humanLocalTable(const Colls& colls, std::string_view name, std::ostream& out) {
+void human(const Mpls::LabelBindingTable& coll, std::string_view name, std::ostream& out) {
   TextTable table({"FEC", "LOCAL LABEL", "FILTERED"});
-  bindingRows(*colls.localTable, {}, table);
-  printTitled(out, name, count(colls.localTable->bindings(), "binding", "bindings"), table);
+  bindingRows(coll, {}, table);
+  printTitled(out, name, count(coll.bindings(), "binding", "bindings"), table);
 }
 
-void humanPeerTables(const Colls& colls, std::string_view name, std::ostream& out) {
+void human(const Mpls::LabelBindingTableColl& coll, std::string_view name, std::ostream& out) {
   TextTable table({"PEER", "FEC", "PEER LABEL", "FILTERED"});
-  for (const Mpls::RouterId& routerId : sortedKeys(colls.peerTables->bindingTableColl()))
-    bindingRows(*colls.peerTables->bindingTable(routerId), {textOf(routerId)}, table);
-  printTitled(out, name, count(colls.peerTables->bindingTables(), "peer table", "peer tables"),
-              table);
+  for (const Mpls::RouterId& routerId : sortedKeys(coll.bindingTableColl()))
+    bindingRows(*coll.bindingTable(routerId), {textOf(routerId)}, table);
+  printTitled(out, name, count(coll.bindingTables(), "peer table", "peer tables"), table);
 }
 
-void humanFecRouterLabel(const Colls& colls, std::string_view name, std::ostream& out) {
+void human(const Mpls::FecRouterLabelInfoColl& coll, std::string_view name, std::ostream& out) {
   TextTable table({"FEC", "PEER", "PEER LABEL"});
-  const auto& coll = *colls.fecRouterLabel;
   for (const Mpls::FwdEqvClass& fec : sortedKeys(coll.fecRouterLabelColl())) {
     const auto perFec = coll.fecRouterLabel(fec);
     for (const Mpls::RouterId& routerId : sortedKeys(perFec->routerLabelInfoColl())) {
       const std::string labels =
-          joined(sorted(perFec->routerLabelInfo(routerId)->routerLabelColl()));
+          joined(Vox::sortedValues(perFec->routerLabelInfo(routerId)->routerLabelColl()));
       table.rowIs({textOf(fec), textOf(routerId), labels});
     }
   }
@@ -187,12 +172,11 @@ void humanFecRouterLabel(const Colls& colls, std::string_view name, std::ostream
 }
 
 // Router -> address sets (transport or interface addresses).
-void humanRouterAddrs(const Mpls::RouterIpAddrInfoColl& coll, std::string_view name,
-                      std::ostream& out) {
+void human(const Mpls::RouterIpAddrInfoColl& coll, std::string_view name, std::ostream& out) {
   TextTable table({"ROUTER", "ADDRESS"});
   for (const Mpls::RouterId& routerId : sortedKeys(coll.routerIpAddrColl())) {
     const std::vector<Vela::IpGenAddr> addresses =
-        sorted(coll.routerIpAddr(routerId)->ipAddrColl());
+        Vox::sortedValues(coll.routerIpAddr(routerId)->ipAddrColl());
     if (addresses.empty()) table.rowIs({textOf(routerId), std::string(kNone)});
     for (const Vela::IpGenAddr& address : addresses)
       table.rowIs({textOf(routerId), textOf(address)});
@@ -200,12 +184,11 @@ void humanRouterAddrs(const Mpls::RouterIpAddrInfoColl& coll, std::string_view n
   printTitled(out, name, count(coll.routerIpAddrs(), "router", "routers"), table);
 }
 
-void humanIpAddrRouterId(const Colls& colls, std::string_view name, std::ostream& out) {
+void human(const Mpls::IpAddrRouterIdInfoColl& coll, std::string_view name, std::ostream& out) {
   TextTable table({"ADDRESS", "ROUTER"});
-  const auto& coll = *colls.ipAddrRouterId;
   for (const Vela::IpGenAddr& address : sortedKeys(coll.ipAddrRouterIdColl())) {
     const std::vector<Mpls::RouterId> routers =
-        sorted(coll.ipAddrRouterId(address)->routerIdColl());
+        Vox::sortedValues(coll.ipAddrRouterId(address)->routerIdColl());
     if (routers.empty()) table.rowIs({textOf(address), std::string(kNone)});
     for (const Mpls::RouterId& routerId : routers)
       table.rowIs({textOf(address), textOf(routerId)});
@@ -216,22 +199,20 @@ void humanIpAddrRouterId(const Colls& colls, std::string_view name, std::ostream
 // Rows of "lead cells, next hop, interface" for a via set.
 void viaSetRows(const Vox::KeyedSet<Mpls::FibVia>& vias, const std::vector<std::string>& lead,
                 TextTable& table) {
-  const std::vector<Mpls::FibVia> sortedVias = sorted(vias);
+  const std::vector<Mpls::FibVia> sortedVias = Vox::sortedValues(vias);
   if (sortedVias.empty()) table.rowIs(concat(lead, {std::string(kNone), std::string(kNone)}));
   for (const Mpls::FibVia& via : sortedVias)
     table.rowIs(concat(lead, viaCells(via)));
 }
 
-void humanIpNexthop(const Colls& colls, std::string_view name, std::ostream& out) {
+void human(const Mpls::IpNexthopInfoColl& coll, std::string_view name, std::ostream& out) {
   TextTable table({"ADDRESS", "NEXT HOP", "INTERFACE"});
-  const auto& coll = *colls.ipNexthop;
   for (const Vela::IpGenAddr& address : sortedKeys(coll.ipNexthopColl()))
     viaSetRows(coll.ipNexthop(address)->viaColl(), {textOf(address)}, table);
   printTitled(out, name, count(coll.ipNexthops(), "address", "addresses"), table);
 }
 
-void humanRouterNexthop(const Mpls::RouterNexthopInfoColl& coll, std::string_view name,
-                        std::ostream& out) {
+void human(const Mpls::RouterNexthopInfoColl& coll, std::string_view name, std::ostream& out) {
   TextTable table(concat({"ROUTER"}, kViaHeader));
   for (const Mpls::RouterId& routerId : sortedKeys(coll.routerNexthopColl())) {
     for (auto& row : viaRows(*coll.routerNexthop(routerId)))
@@ -240,9 +221,8 @@ void humanRouterNexthop(const Mpls::RouterNexthopInfoColl& coll, std::string_vie
   printTitled(out, name, count(coll.routerNexthops(), "router", "routers"), table);
 }
 
-void humanIntfRouterNexthop(const Colls& colls, std::string_view name, std::ostream& out) {
+void human(const Mpls::IntfRouterNexthopInfoColl& coll, std::string_view name, std::ostream& out) {
   TextTable table(concat({"OUT INTF", "ROUTER"}, kViaHeader));
-  const auto& coll = *colls.intfRouterNexthop;
   for (const Vela::IntfId& intf : sortedKeys(coll.intfRouterNexthopColl())) {
     const auto perIntf = coll.intfRouterNexthop(intf);
     const auto routers = sortedKeys(perIntf->routerNexthopInfoColl());
@@ -258,16 +238,15 @@ void humanIntfRouterNexthop(const Colls& colls, std::string_view name, std::ostr
   printTitled(out, name, count(coll.intfRouterNexthops(), "interface", "interfaces"), table);
 }
 
-void humanMplsIntfs(const Colls& colls, std::string_view name, std::ostream& out) {
+void human(const Mpls::MplsIntfColl& coll, std::string_view name, std::ostream& out) {
   TextTable table({"INTERFACE"});
-  for (const Vela::IntfId& intf : sorted(colls.mplsIntfs->intfIdColl()))
+  for (const Vela::IntfId& intf : Vox::sortedValues(coll.intfIdColl()))
     table.rowIs({cell(textOf(intf))});
-  printTitled(out, name, count(colls.mplsIntfs->intfIds(), "interface", "interfaces"), table);
+  printTitled(out, name, count(coll.intfIds(), "interface", "interfaces"), table);
 }
 
-void humanRouterIpNexthop(const Colls& colls, std::string_view name, std::ostream& out) {
+void human(const Mpls::RouterIpNexthopInfoColl& coll, std::string_view name, std::ostream& out) {
   TextTable table({"ROUTER", "HOP ADDRESS", "NEXT HOP", "INTERFACE"});
-  const auto& coll = *colls.routerIpNexthop;
   for (const Mpls::RouterId& routerId : sortedKeys(coll.routerIpNexthopColl())) {
     const auto perRouter = coll.routerIpNexthop(routerId);
     const auto hops = sortedKeys(perRouter->ipNexthopInfoColl());
@@ -281,9 +260,8 @@ void humanRouterIpNexthop(const Colls& colls, std::string_view name, std::ostrea
   printTitled(out, name, count(coll.routerIpNexthops(), "router", "routers"), table);
 }
 
-void humanFecRouterNexthop(const Colls& colls, std::string_view name, std::ostream& out) {
+void human(const Mpls::FecRouterNexthopInfoColl& coll, std::string_view name, std::ostream& out) {
   TextTable table(concat({"FEC", "PEER"}, kViaHeader));
-  const auto& coll = *colls.fecRouterNexthop;
   for (const Mpls::FwdEqvClass& fec : sortedKeys(coll.fecRouterNexthopColl())) {
     const auto perFec = coll.fecRouterNexthop(fec);
     for (const Mpls::RouterId& routerId : sortedKeys(perFec->routerNexthopInfoColl())) {
@@ -341,9 +319,9 @@ std::string notifiedLabelText(Vela::MplsLabel label) {
   return label.value() == Vela::MplsLabel::kOutOfRange ? "none" : textOf(label);
 }
 
-void humanNotifier(const Colls& colls, std::string_view name, std::ostream& out) {
+void humanNotifier(const Mpls::LabelBindingTableColl& tables, std::string_view name,
+                   std::ostream& out) {
   TextTable table({"PEER", "FEC", "LAST LABEL"});
-  const auto& tables = *colls.peerTables;
   for (const Mpls::RouterId& routerId : sortedKeys(tables.bindingTableColl())) {
     const auto& channel = tables.bindingTable(routerId)->notifierColl();
     for (const Mpls::FwdEqvClass& fec : sortedKeys(channel))
@@ -367,20 +345,21 @@ void jsonArray(JsonWriter& json, std::string_view name, const Items& items, Each
 }
 
 void jsonLabels(JsonWriter& json, const Vox::KeyedSet<Vela::MplsLabel>& labels) {
-  jsonArray(json, "labels", sorted(labels),
+  jsonArray(json, "labels", Vox::sortedValues(labels),
             [&](const Vela::MplsLabel& label) { writeLabel(json, label); });
 }
 
 void jsonAddresses(JsonWriter& json, const Vox::KeyedSet<Vela::IpGenAddr>& addresses) {
-  jsonArray(json, "addresses", sorted(addresses),
+  jsonArray(json, "addresses", Vox::sortedValues(addresses),
             [&](const Vela::IpGenAddr& address) { writeAddress(json, address); });
 }
 
 void jsonVias(JsonWriter& json, const Vox::KeyedSet<Mpls::FibVia>& vias) {
-  jsonArray(json, "next-hops", sorted(vias), [&](const Mpls::FibVia& via) { writeVia(json, via); });
+  jsonArray(json, "next-hops", Vox::sortedValues(vias),
+            [&](const Mpls::FibVia& via) { writeVia(json, via); });
 }
 
-void jsonLfib(const Mpls::LabelForwardingInfoColl& lfib, JsonWriter& json) {
+void json(const Mpls::LabelForwardingInfoColl& lfib, JsonWriter& json) {
   jsonArray(json, "local-labels", sortedKeys(lfib.labelForwardingColl()),
             [&](const Vela::MplsLabel& label) {
               const auto entry = lfib.labelForwarding(label);
@@ -393,16 +372,17 @@ void jsonLfib(const Mpls::LabelForwardingInfoColl& lfib, JsonWriter& json) {
                           writeViaMembers(json, branch.via());
                           json.key("out-label");
                           writeLabel(json, branch.label());
-                          jsonArray(json, "justifications",
-                                    sorted(entry->forwardingInfo(branch)->fecRouterColl()),
-                                    [&](const Mpls::FecRouter& reason) {
-                                      json.beginObject();
-                                      json.key("fec");
-                                      writeFec(json, reason.fwdEqvClass());
-                                      json.key("peer");
-                                      writePeer(json, reason.routerId());
-                                      json.endObject();
-                                    });
+                          jsonArray(
+                              json, "justifications",
+                              Vox::sortedValues(entry->forwardingInfo(branch)->fecRouterColl()),
+                              [&](const Mpls::FecRouter& reason) {
+                                json.beginObject();
+                                json.key("fec");
+                                writeFec(json, reason.fwdEqvClass());
+                                json.key("peer");
+                                writePeer(json, reason.routerId());
+                                json.endObject();
+                              });
                           json.endObject();
                         });
               json.endObject();
@@ -429,12 +409,12 @@ void jsonBindingMembers(const Mpls::LabelBindingTable& table, JsonWriter& json) 
             });
 }
 
-void jsonLocalTable(const Colls& colls, JsonWriter& json) {
-  jsonBindingMembers(*colls.localTable, json);
+void json(const Mpls::LabelBindingTable& coll, JsonWriter& json) {
+  jsonBindingMembers(coll, json);
 }
 
-void jsonPeerTables(const Colls& colls, JsonWriter& json) {
-  const auto& tables = *colls.peerTables;
+void json(const Mpls::LabelBindingTableColl& coll, JsonWriter& json) {
+  const auto& tables = coll;
   jsonArray(json, "peers", sortedKeys(tables.bindingTableColl()),
             [&](const Mpls::RouterId& routerId) {
               json.beginObject();
@@ -445,8 +425,7 @@ void jsonPeerTables(const Colls& colls, JsonWriter& json) {
             });
 }
 
-void jsonFecRouterLabel(const Colls& colls, JsonWriter& json) {
-  const auto& coll = *colls.fecRouterLabel;
+void json(const Mpls::FecRouterLabelInfoColl& coll, JsonWriter& json) {
   jsonArray(json, "fecs", sortedKeys(coll.fecRouterLabelColl()), [&](const Mpls::FwdEqvClass& fec) {
     const auto perFec = coll.fecRouterLabel(fec);
     json.beginObject();
@@ -464,7 +443,7 @@ void jsonFecRouterLabel(const Colls& colls, JsonWriter& json) {
   });
 }
 
-void jsonRouterAddrs(const Mpls::RouterIpAddrInfoColl& coll, JsonWriter& json) {
+void json(const Mpls::RouterIpAddrInfoColl& coll, JsonWriter& json) {
   jsonArray(json, "peers", sortedKeys(coll.routerIpAddrColl()),
             [&](const Mpls::RouterId& routerId) {
               json.beginObject();
@@ -475,28 +454,20 @@ void jsonRouterAddrs(const Mpls::RouterIpAddrInfoColl& coll, JsonWriter& json) {
             });
 }
 
-void jsonTransport(const Colls& colls, JsonWriter& json) {
-  jsonRouterAddrs(*colls.transportAddrs, json);
-}
-void jsonIntfAddrs(const Colls& colls, JsonWriter& json) {
-  jsonRouterAddrs(*colls.intfAddrs, json);
-}
-
-void jsonIpAddrRouterId(const Colls& colls, JsonWriter& json) {
-  const auto& coll = *colls.ipAddrRouterId;
+void json(const Mpls::IpAddrRouterIdInfoColl& coll, JsonWriter& json) {
   jsonArray(json, "addresses", sortedKeys(coll.ipAddrRouterIdColl()),
             [&](const Vela::IpGenAddr& address) {
               json.beginObject();
               json.key("address");
               writeAddress(json, address);
-              jsonArray(json, "peers", sorted(coll.ipAddrRouterId(address)->routerIdColl()),
+              jsonArray(json, "peers",
+                        Vox::sortedValues(coll.ipAddrRouterId(address)->routerIdColl()),
                         [&](const Mpls::RouterId& routerId) { writePeer(json, routerId); });
               json.endObject();
             });
 }
 
-void jsonIpNexthop(const Colls& colls, JsonWriter& json) {
-  const auto& coll = *colls.ipNexthop;
+void json(const Mpls::IpNexthopInfoColl& coll, JsonWriter& json) {
   jsonArray(json, "addresses", sortedKeys(coll.ipNexthopColl()),
             [&](const Vela::IpGenAddr& address) {
               json.beginObject();
@@ -520,7 +491,7 @@ void jsonRouterNexthopMembers(const Mpls::RouterNexthopInfo& info, JsonWriter& j
             });
 }
 
-void jsonRouterNexthop(const Mpls::RouterNexthopInfoColl& coll, JsonWriter& json) {
+void json(const Mpls::RouterNexthopInfoColl& coll, JsonWriter& json) {
   jsonArray(json, "peers", sortedKeys(coll.routerNexthopColl()),
             [&](const Mpls::RouterId& routerId) {
               json.beginObject();
@@ -531,15 +502,7 @@ void jsonRouterNexthop(const Mpls::RouterNexthopInfoColl& coll, JsonWriter& json
             });
 }
 
-void jsonRouterNexthopOf(const Colls& colls, JsonWriter& json) {
-  jsonRouterNexthop(*colls.routerNexthop, json);
-}
-void jsonFilteredNexthop(const Colls& colls, JsonWriter& json) {
-  jsonRouterNexthop(*colls.filteredNexthop, json);
-}
-
-void jsonIntfRouterNexthop(const Colls& colls, JsonWriter& json) {
-  const auto& coll = *colls.intfRouterNexthop;
+void json(const Mpls::IntfRouterNexthopInfoColl& coll, JsonWriter& json) {
   jsonArray(json, "interfaces", sortedKeys(coll.intfRouterNexthopColl()),
             [&](const Vela::IntfId& intf) {
               const auto perIntf = coll.intfRouterNexthop(intf);
@@ -558,13 +521,12 @@ void jsonIntfRouterNexthop(const Colls& colls, JsonWriter& json) {
             });
 }
 
-void jsonMplsIntfs(const Colls& colls, JsonWriter& json) {
-  jsonArray(json, "interfaces", sorted(colls.mplsIntfs->intfIdColl()),
+void json(const Mpls::MplsIntfColl& coll, JsonWriter& json) {
+  jsonArray(json, "interfaces", Vox::sortedValues(coll.intfIdColl()),
             [&](const Vela::IntfId& intf) { writeInterface(json, intf); });
 }
 
-void jsonRouterIpNexthop(const Colls& colls, JsonWriter& json) {
-  const auto& coll = *colls.routerIpNexthop;
+void json(const Mpls::RouterIpNexthopInfoColl& coll, JsonWriter& json) {
   jsonArray(json, "peers", sortedKeys(coll.routerIpNexthopColl()),
             [&](const Mpls::RouterId& routerId) {
               const auto perRouter = coll.routerIpNexthop(routerId);
@@ -583,8 +545,7 @@ void jsonRouterIpNexthop(const Colls& colls, JsonWriter& json) {
             });
 }
 
-void jsonFecRouterNexthop(const Colls& colls, JsonWriter& json) {
-  const auto& coll = *colls.fecRouterNexthop;
+void json(const Mpls::FecRouterNexthopInfoColl& coll, JsonWriter& json) {
   jsonArray(json, "fecs", sortedKeys(coll.fecRouterNexthopColl()),
             [&](const Mpls::FwdEqvClass& fec) {
               const auto perFec = coll.fecRouterNexthop(fec);
@@ -639,8 +600,7 @@ void jsonNexthopStatus(const Sim::Agent& agent, JsonWriter& json) {
   });
 }
 
-void jsonNotifier(const Colls& colls, JsonWriter& json) {
-  const auto& tables = *colls.peerTables;
+void jsonNotifier(const Mpls::LabelBindingTableColl& tables, JsonWriter& json) {
   jsonArray(json, "peers", sortedKeys(tables.bindingTableColl()),
             [&](const Mpls::RouterId& routerId) {
               const auto& channel = tables.bindingTable(routerId)->notifierColl();
@@ -665,60 +625,41 @@ struct Table {
   std::function<void(const Sim::Agent&, JsonWriter&)> json;
 };
 
-// One entry per pipeline collection, both forms written from the collections.
-Table collectionTable(std::string_view name,
-                      void (*human)(const Colls&, std::string_view, std::ostream&),
-                      void (*json)(const Colls&, JsonWriter&)) {
-  return Table{
-      name,
-      [human](const Sim::Agent& agent, std::string_view shown, std::ostream& out) {
-        human(agent.colls(), shown, out);
-      },
-      [json](const Sim::Agent& agent, JsonWriter& writer) { json(agent.colls(), writer); }};
+// One entry per collection the pipeline declares, under its attribute name, printed by the
+// `human` and `json` overloads for its type.
+Table collectionTable(std::string_view name, std::string_view collection) {
+  return Table{name,
+               [collection](const Sim::Agent& agent, std::string_view shown, std::ostream& out) {
+                 agent.colls().forEachCollection([&](std::string_view each, const auto& coll) {
+                   if (each == collection) human(*coll, shown, out);
+                 });
+               },
+               [collection](const Sim::Agent& agent, JsonWriter& writer) {
+                 agent.colls().forEachCollection([&](std::string_view each, const auto& coll) {
+                   if (each == collection) json(*coll, writer);
+                 });
+               }};
 }
 
-void humanLfibOf(const Colls& colls, std::string_view name, std::ostream& out) {
-  humanLfib(*colls.lfib, name, out);
+void humanNotifierOf(const Sim::Agent& agent, std::string_view name, std::ostream& out) {
+  humanNotifier(*agent.colls().peerTables, name, out);
 }
-void jsonLfibOf(const Colls& colls, JsonWriter& json) {
-  jsonLfib(*colls.lfib, json);
-}
-void humanTransport(const Colls& colls, std::string_view name, std::ostream& out) {
-  humanRouterAddrs(*colls.transportAddrs, name, out);
-}
-void humanIntfAddrs(const Colls& colls, std::string_view name, std::ostream& out) {
-  humanRouterAddrs(*colls.intfAddrs, name, out);
-}
-void humanRouterNexthopOf(const Colls& colls, std::string_view name, std::ostream& out) {
-  humanRouterNexthop(*colls.routerNexthop, name, out);
-}
-void humanFilteredNexthop(const Colls& colls, std::string_view name, std::ostream& out) {
-  humanRouterNexthop(*colls.filteredNexthop, name, out);
+void jsonNotifierOf(const Sim::Agent& agent, JsonWriter& json) {
+  jsonNotifier(*agent.colls().peerTables, json);
 }
 
 const std::vector<Table>& tables() {
-  static const std::vector<Table> kTables{
-      collectionTable("lfib", &humanLfibOf, &jsonLfibOf),
-      collectionTable("p2mpLocalLabelBindingTable", &humanLocalTable, &jsonLocalTable),
-      collectionTable("p2mpPeerLabelBindingTableColl", &humanPeerTables, &jsonPeerTables),
-      collectionTable("p2mpFecRouterLabelInfoColl", &humanFecRouterLabel, &jsonFecRouterLabel),
-      collectionTable("p2mpRouterTransportIpAddrInfoColl", &humanTransport, &jsonTransport),
-      collectionTable("p2mpIpAddrRouterIdInfoColl", &humanIpAddrRouterId, &jsonIpAddrRouterId),
-      collectionTable("p2mpIpNexthopInfoColl", &humanIpNexthop, &jsonIpNexthop),
-      collectionTable("p2mpRouterNexthopInfoColl", &humanRouterNexthopOf, &jsonRouterNexthopOf),
-      collectionTable("p2mpIntfRouterNexthopInfoColl", &humanIntfRouterNexthop,
-                      &jsonIntfRouterNexthop),
-      collectionTable("p2mpMplsIntfColl", &humanMplsIntfs, &jsonMplsIntfs),
-      collectionTable("p2mpRouterIpNexthopInfoColl", &humanRouterIpNexthop, &jsonRouterIpNexthop),
-      collectionTable("p2mpRouterIntfIpAddrInfoColl", &humanIntfAddrs, &jsonIntfAddrs),
-      collectionTable("p2mpRouterFilteredNexthopColl", &humanFilteredNexthop, &jsonFilteredNexthop),
-      collectionTable("p2mpFecRouterNexthopInfoColl", &humanFecRouterNexthop,
-                      &jsonFecRouterNexthop),
-      collectionTable("p2mpLabelForwardingInfoColl", &humanLfibOf, &jsonLfibOf),
-      Table{"nexthopConfig", &humanNexthopConfig, &jsonNexthopConfig},
-      Table{"nexthopStatus", &humanNexthopStatus, &jsonNexthopStatus},
-      collectionTable("notifier", &humanNotifier, &jsonNotifier),
-  };
+  static const std::vector<Table> kTables = [] {
+    // The LFIB first under its short name, then every declared collection, then the simulated
+    // host's tables.
+    std::vector<Table> tables{collectionTable("lfib", "p2mpLabelForwardingInfoColl")};
+    for (const std::string_view name : Mpls::P2mpLfibGenSmManager::collectionNames())
+      tables.push_back(collectionTable(name, name));
+    tables.push_back(Table{"nexthopConfig", &humanNexthopConfig, &jsonNexthopConfig});
+    tables.push_back(Table{"nexthopStatus", &humanNexthopStatus, &jsonNexthopStatus});
+    tables.push_back(Table{"notifier", &humanNotifierOf, &jsonNotifierOf});
+    return tables;
+  }();
   return kTables;
 }
 
