@@ -55,6 +55,7 @@
 // Not thread-safe: one owner, one thread.
 #include <cstddef>
 #include <cstdint>
+#include <utility>
 #include <vector>
 
 #include "platform/vox/TrackingAllocator.h"
@@ -116,8 +117,29 @@ class ConsistentHashCircle {
     unsigned long long hash;
     unsigned long long weight;
   };
+  // Sizing an array leaves its elements uninitialized: every array here is written in full right
+  // after it is sized, and a ring of thousands of points would otherwise be zeroed first at every
+  // rebuild, which costs about as much as the merge that fills it.
   template <class T>
-  using Vector = std::vector<T, Vox::TrackingAllocator<T, Vox::MemoryKind::kConsistentHash>>;
+  struct Allocator : Vox::TrackingAllocator<T, Vox::MemoryKind::kConsistentHash> {
+    template <class U>
+    struct rebind {
+      using other = Allocator<U>;
+    };
+    Allocator() noexcept = default;
+    template <class U>
+    Allocator(const Allocator<U>&) noexcept {}  // NOLINT: rebinding copy
+    template <class U, class... Args>
+    void construct(U* p, Args&&... args) {
+      if constexpr (sizeof...(Args) == 0) {
+        ::new (static_cast<void*>(p)) U;
+      } else {
+        ::new (static_cast<void*>(p)) U(std::forward<Args>(args)...);
+      }
+    }
+  };
+  template <class T>
+  using Vector = std::vector<T, Allocator<T>>;
 
   // What happened to `nodes_[node]` before the point arrays are rebuilt.
   enum class Change { kInserted, kReweighted, kErased };
