@@ -47,6 +47,16 @@ Vela::IpPrefix hostPrefix(const Vela::IpGenAddr& address) {
 Mpls::FwdEqvClass fec(uint32_t f) {
   return Mpls::FwdEqvClass::p2mpLspId(Vela::IpGenAddr(Vela::IpAddr(0x01010101)), f);
 }
+// Each FEC has two local labels and two labels from each peer. The first of each is its own; the
+// second is shared by the two FECs of a pair (0 and 1, 2 and 3, ...), so that one local label
+// serves several FECs and, where a peer's ring puts both on the same via, one LFIB branch carries
+// the justifications of both.
+Vela::MplsLabel localLabel(uint32_t f, uint32_t second) {
+  return Vela::MplsLabel(second ? 110 + f / 2 : 100 + f);
+}
+Vela::MplsLabel peerLabel(uint32_t r, uint32_t f, uint32_t second) {
+  return Vela::MplsLabel(1000 + 100 * r + (second ? 10 + f / 2 : f));
+}
 
 // Takes `bits` bits off `detail` at a time.
 struct Dice {
@@ -58,6 +68,28 @@ struct Dice {
   }
 };
 
+// Adds or removes one address of router `r` in a router-to-addresses collection. Of removals
+// (`how` in 0 to 3), one takes the router's whole entry with whatever it holds; the others take
+// the address, and the entry once empty, except one time in three, when the empty entry stays.
+// Returns the change, described after the collection's name.
+std::string addresses(Mpls::RouterIpAddrInfoColl& coll, uint32_t r, bool add,
+                      const Vela::IpGenAddr& addr, uint32_t how) {
+  const std::string what = router(r).valueToStrep();
+  if (add) {
+    coll.routerIpAddrIs(router(r))->ipAddrIs(addr);
+    return what + " add " + addr.valueToStrep();
+  }
+  if (how == 0) {
+    coll.routerIpAddrDel(router(r));
+    return what + " removed whole";
+  }
+  if (const auto info = coll.routerIpAddr(router(r))) {
+    info->ipAddrDel(addr);
+    if (info->ipAddrs() == 0 && how != 1) coll.routerIpAddrDel(router(r));
+  }
+  return what + " del " + addr.valueToStrep();
+}
+
 }  // namespace
 
 std::string RandomWorld::apply(uint32_t choice, uint64_t detail) {
@@ -67,31 +99,21 @@ std::string RandomWorld::apply(uint32_t choice, uint64_t detail) {
   const uint32_t r = dice.roll(kRouters);
   const bool add = dice.roll(3) != 0;
   switch (choice % 10) {
-    case 0: {  // a transport address: the loopback or one of the link addresses
+    case 0: {  // a transport address: the loopback or one of the link addresses, one time in
+               // four another router's, so that an address may have several routers
       const uint32_t which = dice.roll(kIntfs + 1);
       const uint32_t family = dice.roll(kFamilies);
+      const uint32_t owner = dice.roll(4) == 0 ? (r + 1) % kRouters : r;
       const Vela::IpGenAddr addr =
-          which == kIntfs ? loopback(r, family) : linkAddr(r, which, family);
-      if (add) {
-        colls.transportAddrs->routerIpAddrIs(router(r))->ipAddrIs(addr);
-      } else if (const auto info = colls.transportAddrs->routerIpAddr(router(r))) {
-        info->ipAddrDel(addr);
-        if (info->ipAddrs() == 0) colls.transportAddrs->routerIpAddrDel(router(r));
-      }
-      return "transport " + router(r).valueToStrep() + (add ? " add " : " del ") +
-             addr.valueToStrep();
+          which == kIntfs ? loopback(owner, family) : linkAddr(owner, which, family);
+      const uint32_t how = dice.roll(4);
+      return "transport " + addresses(*colls.transportAddrs, r, add, addr, how);
     }
     case 1: {  // an interface address
       const uint32_t which = dice.roll(kIntfs);
       const Vela::IpGenAddr addr = linkAddr(r, which, dice.roll(kFamilies));
-      if (add) {
-        colls.intfAddrs->routerIpAddrIs(router(r))->ipAddrIs(addr);
-      } else if (const auto info = colls.intfAddrs->routerIpAddr(router(r))) {
-        info->ipAddrDel(addr);
-        if (info->ipAddrs() == 0) colls.intfAddrs->routerIpAddrDel(router(r));
-      }
-      return "interface-addr " + router(r).valueToStrep() + (add ? " add " : " del ") +
-             addr.valueToStrep();
+      const uint32_t how = dice.roll(4);
+      return "interface-addr " + addresses(*colls.intfAddrs, r, add, addr, how);
     }
     case 2: {
       const auto i = intf(dice.roll(kIntfs));
@@ -127,37 +149,50 @@ std::string RandomWorld::apply(uint32_t choice, uint64_t detail) {
       }
       return "route " + prefix.valueToStrep() + (add ? " connected" : " del");
     }
-    case 5: {
+    case 5: {  // a local label; one removal in four takes the FEC's whole binding
       const uint32_t f = dice.roll(kFecs);
-      const Vela::MplsLabel label(100 + f + 10 * dice.roll(2));
+      const Vela::MplsLabel label = localLabel(f, dice.roll(2));
       const auto& local = colls.localTable;
+      const std::string what = "local-binding " + fec(f).valueToStrep();
       if (add) {
         local->bindingIs(fec(f))->mplsLabelIs(label);
+      } else if (dice.roll(4) == 0) {
+        local->bindingDel(fec(f));
+        return what + " removed whole";
       } else if (const auto binding = local->binding(fec(f))) {
         binding->mplsLabelDel(label);
         if (binding->mplsLabels() == 0) local->bindingDel(fec(f));
       }
-      return "local-binding " + fec(f).valueToStrep() + (add ? " add " : " del ") +
-             label.valueToStrep();
+      return what + (add ? " add " : " del ") + label.valueToStrep();
     }
     case 6:
-    case 7: {
+    case 7: {  // a peer's label, as LDP learns it; one removal in four takes the peer's whole
+               // binding of the FEC
       const uint32_t f = dice.roll(kFecs);
-      const Vela::MplsLabel label(1000 + 100 * r + f + 10 * dice.roll(2));
+      const Vela::MplsLabel label = peerLabel(r, f, dice.roll(2));
+      const std::string what =
+          "peer-binding " + router(r).valueToStrep() + " " + fec(f).valueToStrep();
       if (add) {
         agent_.peerBindingIs(router(r), fec(f), label);
+      } else if (dice.roll(4) == 0) {
+        if (const auto table = colls.peerTables->bindingTable(router(r))) table->bindingDel(fec(f));
+        return what + " removed whole";
       } else {
         agent_.peerBindingDel(router(r), fec(f), label);
       }
-      return "peer-binding " + router(r).valueToStrep() + " " + fec(f).valueToStrep() +
-             (add ? " add " : " del ") + label.valueToStrep();
+      return what + (add ? " add " : " del ") + label.valueToStrep();
     }
-    case 8:
-      if (dice.roll(4) == 0) {
-        agent_.peerTableDrop(router(r));
-        return "peer-table " + router(r).valueToStrep() + " drop";
+    case 8:  // a peer's session goes: its bindings one by one, or its table at once
+      switch (dice.roll(8)) {
+        case 0:
+          agent_.peerTableDrop(router(r));
+          return "peer-table " + router(r).valueToStrep() + " drop";
+        case 1:
+          colls.peerTables->bindingTableDel(router(r));
+          return "peer-table " + router(r).valueToStrep() + " removed whole";
+        default:
+          return "nothing";
       }
-      return "nothing";
     default:
       if (dice.roll(8) == 0) {
         agent_.restart();
@@ -199,10 +234,10 @@ std::size_t RandomWorld::fill() {
   }
   for (uint32_t f = 0; f < kFecs; ++f) {
     for (uint32_t second = 0; second < 2; ++second) {
-      colls.localTable->bindingIs(fec(f))->mplsLabelIs(Vela::MplsLabel(100 + f + 10 * second));
+      colls.localTable->bindingIs(fec(f))->mplsLabelIs(localLabel(f, second));
       ++changes;
       for (uint32_t r = 0; r < kRouters; ++r) {
-        agent_.peerBindingIs(router(r), fec(f), Vela::MplsLabel(1000 + 100 * r + f + 10 * second));
+        agent_.peerBindingIs(router(r), fec(f), peerLabel(r, f, second));
         ++changes;
       }
     }

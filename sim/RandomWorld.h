@@ -2,7 +2,11 @@
 // Random input changes over a small universe (a few routers, addresses, routes, interfaces, FECs
 // and labels), applied to an agent the way its host would apply them. Property tests and the
 // event-sequence fuzzer drive the whole pipeline with it. Routers and links are dual-stack: peer
-// addresses, routes and next hops come in both families, and a route's hops may mix them.
+// addresses, routes and next hops come in both families, and a route's hops may mix them. Pairs
+// of FECs share a local label and a label from each peer, so that LFIB branches have several
+// justifications; routers may advertise each other's addresses; and besides member-by-member
+// changes, whole entities go with what they hold (a router's addresses, a FEC's local or peer
+// binding, a peer's table), while an entity emptied member by member sometimes stays.
 #include <cstddef>
 #include <cstdint>
 #include <functional>

@@ -20,6 +20,8 @@ TEST(PipelinePropertyTest, EveryStageFollowsItsRuleThroughRandomChanges) {
   std::size_t audits = 0;
   std::size_t elements = 0;
   std::size_t branchesByFamily[2] = {};  // audited LFIB branches over IPv4, IPv6 next hops
+  std::size_t sharedBranches = 0;        // ... and those that several FECs justify
+  std::size_t wholeRemovals = 0;         // entities removed with what they held
   for (uint32_t seed = 1; seed <= 40; ++seed) {
     std::mt19937_64 random(seed);
     Sim::Agent agent;
@@ -27,13 +29,16 @@ TEST(PipelinePropertyTest, EveryStageFollowsItsRuleThroughRandomChanges) {
     std::vector<std::string> history;
     for (int step = 0; step < 500; ++step) {
       history.push_back(world.apply(static_cast<uint32_t>(random()), random()));
+      wholeRemovals += history.back().ends_with(" removed whole");
       if (!auditEveryChange && !world.lastWasRestart()) continue;
       const auto report = Sim::auditAgent(agent);
       ++audits;
       elements += report.elementsChecked;
       for (const auto [label, entry] : agent.colls().lfib->labelForwardingColl()) {
-        for (const auto [branch, info] : entry.forwardingInfoColl())
+        for (const auto [branch, info] : entry.forwardingInfoColl()) {
           ++branchesByFamily[branch.via().hop().isV6()];
+          sharedBranches += info.fecRouters() > 1;
+        }
       }
       if (!report.ok()) {
         std::string trail;
@@ -52,6 +57,8 @@ TEST(PipelinePropertyTest, EveryStageFollowsItsRuleThroughRandomChanges) {
   EXPECT_GT(elements, 1000u) << "the sequences built a non-trivial LFIB";
   EXPECT_GT(std::min(branchesByFamily[0], branchesByFamily[1]), audits / 4)
       << "both families' next hops reached the LFIB";
+  EXPECT_GT(sharedBranches, audits / 40) << "FECs sharing labels shared branches";
+  EXPECT_GT(wholeRemovals, 400u) << "entities removed whole, with what they held";
   std::printf("audited %zu states (%zu elements compared) over 40 sequences of 500 changes\n",
               audits, elements);
 }
