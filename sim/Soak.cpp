@@ -168,6 +168,21 @@ class CountingSink : public TopologySink {
   AgentSink sink_{agent_};
 };
 
+// Where a router next-hop collection records why it holds each via, it records exactly one
+// non-empty set of addresses per via (a variant that records none is left alone).
+void auditJustifications(Quill::StageAuditor& auditor, const Mpls::RouterNexthopInfoColl& coll) {
+  for (const auto [routerId, info] : coll.routerNexthopColl()) {
+    if (info.nexthopIpInfos() == 0) continue;
+    for (const Mpls::FibVia& via : info.viaColl()) {
+      const auto justification = info.nexthopIpInfo(via);
+      if (!justification || justification->destIps() == 0)
+        auditor.complain("unjustified " + Quill::textOf(routerId) + " " + Quill::textOf(via));
+    }
+    if (info.nexthopIpInfos() != info.vias())
+      auditor.complain(Quill::textOf(routerId) + " justifies vias it does not hold");
+  }
+}
+
 std::string percent(double value) {
   char text[32];
   std::snprintf(text, sizeof text, "%+.2f%%", value * 100);
@@ -180,6 +195,58 @@ Quill::AuditReport auditAgent(const Agent& agent) {
   const Quill::ResolutionTables tables{agent.nexthopConfig().ptr(), agent.nexthopStatus().ptr(),
                                        agent.forwardingStatus().ptr()};
   return Quill::auditPipeline(*agent.manager(), &tables);
+}
+
+void auditShapes(const Agent& agent, Quill::AuditReport& report) {
+  const Mpls::PipelineCollections& c = agent.colls();
+  using Quill::textOf;
+  std::vector<std::string> stageLabels;
+  Mpls::P2mpLfibGenSmManager::forEachStageRow(
+      [&]<class Stage>() { stageLabels.push_back(Stage::label()); });
+  const auto stage = [&](std::size_t number) {
+    return Quill::StageAuditor(report, stageLabels.at(number - 1));
+  };
+  Quill::StageAuditor resolution(report, "resolution");
+  const auto empty = [](Quill::StageAuditor& auditor, std::size_t size, const std::string& entry) {
+    if (size == 0) auditor.complain("empty entry " + entry);
+  };
+  for (const auto [addr, vias] : c.ipNexthop->ipNexthopColl())
+    empty(resolution, vias.vias(), textOf(addr));
+  auto inversion = stage(1);
+  for (const auto [addr, routers] : c.ipAddrRouterId->ipAddrRouterIdColl())
+    empty(inversion, routers.routerIds(), textOf(addr));
+  auto routerNexthops = stage(2);
+  for (const auto [routerId, vias] : c.routerNexthop->routerNexthopColl())
+    empty(routerNexthops, vias.vias(), textOf(routerId));
+  auditJustifications(routerNexthops, *c.routerNexthop);
+  auto grouping = stage(3);
+  for (const auto [intf, routers] : c.intfRouterNexthop->intfRouterNexthopColl()) {
+    empty(grouping, routers.routerNexthopInfos(), textOf(intf));
+    for (const auto [routerId, vias] : routers.routerNexthopInfoColl())
+      empty(grouping, vias.vias(), textOf(intf) + " " + textOf(routerId));
+  }
+  auto mplsFilter = stage(4);
+  for (const auto [routerId, hops] : c.routerIpNexthop->routerIpNexthopColl()) {
+    empty(mplsFilter, hops.ipNexthopInfos(), textOf(routerId));
+    for (const auto [hop, vias] : hops.ipNexthopInfoColl())
+      empty(mplsFilter, vias.vias(), textOf(routerId) + " " + textOf(hop));
+  }
+  auto addressFilter = stage(5);
+  for (const auto [routerId, vias] : c.filteredNexthop->routerNexthopColl()) {
+    empty(addressFilter, vias.vias(), textOf(routerId));
+    if (vias.vias() != 0 && vias.nexthopIpInfos() == 0)
+      addressFilter.complain("no justifications for " + textOf(routerId));
+  }
+  auditJustifications(addressFilter, *c.filteredNexthop);
+  auto fecNexthops = stage(6);
+  for (const auto [fec, routers] : c.fecRouterNexthop->fecRouterNexthopColl())
+    empty(fecNexthops, routers.routerNexthopInfos(), textOf(fec));
+  auto lfib = stage(7);
+  for (const auto [label, branches] : c.lfib->labelForwardingColl()) {
+    empty(lfib, branches.forwardingInfos(), textOf(label));
+    for (const auto [branch, justifications] : branches.forwardingInfoColl())
+      empty(lfib, justifications.fecRouters(), textOf(label) + " " + textOf(branch));
+  }
 }
 
 bool allStagesCompiled() {
@@ -220,14 +287,19 @@ std::optional<MemoryGrowth> memoryGrowth(const std::vector<MemorySample>& sample
 }
 
 void AuditTally::audit(Agent& agent, std::string_view where) {
+  const auto auditWhole = [&agent] {
+    Quill::AuditReport report = auditAgent(agent);
+    auditShapes(agent, report);
+    return report;
+  };
   ++audits_;
-  Quill::AuditReport report = auditAgent(agent);
+  Quill::AuditReport report = auditWhole();
   elements_ += report.elementsChecked;
   if (report.ok()) return;
   if (staleAllowed_) {
     agent.restart();
     const std::size_t stale = report.differences.size();
-    report = auditAgent(agent);
+    report = auditWhole();
     if (report.ok()) {
       staleCleared_ += stale;
       return;

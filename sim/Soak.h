@@ -40,6 +40,13 @@ namespace Sim {
 // Audits every stage of a running agent and its next-hop resolution reactors.
 Quill::AuditReport auditAgent(const Agent& agent);
 
+// Adds to `report` what a comparison of elements cannot see: an output entry left empty (every
+// stage, and the resolution reactor, removes an entry with its last member), and a via without
+// exactly one non-empty justification where a stage records them. Holds while changes run to
+// their end; a change cut short by an exception may leave an empty entry that a compiled stage's
+// restart does not remove.
+void auditShapes(const Agent& agent, Quill::AuditReport& report);
+
 // Whether every stage runs its compiled variant, as the feature toggles say.
 bool allStagesCompiled();
 
@@ -67,9 +74,9 @@ struct MemoryGrowth {
 // figure that was zero in the first tenth grows by 0 if it stays zero and by 1 (100%) otherwise.
 std::optional<MemoryGrowth> memoryGrowth(const std::vector<MemorySample>& samples, uint64_t steps);
 
-// The audits of a run. With the hand-written stages, which may keep what an input entity removed
-// whole contributed until they are next initialized, a difference is followed by a restart and a
-// second audit: only what the second one finds is a failure.
+// The audits of a run, shapes included. With the hand-written stages, which may keep what an input
+// entity removed whole contributed until they are next initialized, a difference is followed by a
+// restart and a second audit: only what the second one finds is a failure.
 class AuditTally {
  public:
   explicit AuditTally(bool staleAllowed) : staleAllowed_(staleAllowed) {}

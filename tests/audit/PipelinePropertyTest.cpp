@@ -31,7 +31,8 @@ TEST(PipelinePropertyTest, EveryStageFollowsItsRuleThroughRandomChanges) {
       history.push_back(world.apply(static_cast<uint32_t>(random()), random()));
       wholeRemovals += history.back().ends_with(" removed whole");
       if (!auditEveryChange && !world.lastWasRestart()) continue;
-      const auto report = Sim::auditAgent(agent);
+      auto report = Sim::auditAgent(agent);
+      Sim::auditShapes(agent, report);
       ++audits;
       elements += report.elementsChecked;
       for (const auto [label, entry] : agent.colls().lfib->labelForwardingColl()) {
@@ -51,7 +52,9 @@ TEST(PipelinePropertyTest, EveryStageFollowsItsRuleThroughRandomChanges) {
       }
     }
     agent.restart();  // every sequence ends with an audit after a restart
-    ASSERT_TRUE(Sim::auditAgent(agent).ok()) << "seed " << seed << " after the final restart";
+    auto report = Sim::auditAgent(agent);
+    Sim::auditShapes(agent, report);
+    ASSERT_TRUE(report.ok()) << "seed " << seed << " after the final restart: " << report.text();
   }
   EXPECT_GT(audits, 12u);
   EXPECT_GT(elements, 1000u) << "the sequences built a non-trivial LFIB";
