@@ -14,7 +14,9 @@ namespace {
 using QuillTest::v;
 
 // These tests run twice (see tests/CMakeLists.txt): with the feature toggles at their default
-// (compiled stages) and with all four off (hand-written stages).
+// (compiled stages) and with all four off (hand-written stages). That the toggles choose exactly
+// one variant per stage is what the order of deletions below shows; that a manager runs its
+// pipeline, every test of the agent.
 class P2mpLfibGenSmManagerTest : public ::testing::Test {
  protected:
   void advertise(const char* router, const char* addr) {
@@ -31,41 +33,6 @@ class P2mpLfibGenSmManagerTest : public ::testing::Test {
   }
   Mpls::PipelineCollections colls;
 };
-
-TEST_F(P2mpLfibGenSmManagerTest, TheTogglesChooseExactlyOneVariantPerStage) {
-  auto manager = colls.managerIs();
-  const struct {
-    bool compiled;
-    bool compiledExists;
-    bool handWrittenExists;
-  } stages[] = {
-      {Mpls::toggleMplsFluxInversionEnabled(), bool(manager->ipAddrToRouterIdInfoSm()),
-       bool(manager->ipAddrRouterIdInfoSm())},
-      {Mpls::toggleMplsFluxConcatEnabled(), bool(manager->routerIdToNexthopInfoSm()),
-       bool(manager->routerNexthopInfoSm())},
-      {Mpls::toggleMplsFluxIntfRouterSmEnabled(), bool(manager->intfToRouterNexthopInfoSm()),
-       bool(manager->intfRouterNexthopInfoSm())},
-      {Mpls::toggleMplsFluxRouterIpNexthopEnabled(), bool(manager->routerIdToIpNexthopInfoSm()),
-       bool(manager->routerIpNexthopInfoSm())},
-  };
-  for (const auto& stage : stages) {
-    EXPECT_EQ(stage.compiledExists, stage.compiled);
-    EXPECT_EQ(stage.handWrittenExists, !stage.compiled);
-  }
-  EXPECT_TRUE(manager->routerFilteredNexthopSm() && manager->fecRouterNexthopInfoSm() &&
-              manager->labelForwardingInfoSm());
-}
-
-TEST_F(P2mpLfibGenSmManagerTest, AConstructedManagerRunsItsPipeline) {
-  advertise("2.2.2.2:0", "10.0.0.1");  // before: caught up by initialization
-  auto manager = colls.managerIs();
-  EXPECT_TRUE(manager->initialized());
-  EXPECT_TRUE(manager->hasNotificationActive());
-  EXPECT_TRUE(stage1(*manager)->hasNotificationActive());
-  advertise("2.2.2.2:0", "10.0.0.2");  // after: followed
-  EXPECT_TRUE(inverted("10.0.0.1"));
-  EXPECT_TRUE(inverted("10.0.0.2"));
-}
 
 TEST_F(P2mpLfibGenSmManagerTest, ASecondInitializationKeepsEveryReactor) {
   auto manager = colls.managerIs();

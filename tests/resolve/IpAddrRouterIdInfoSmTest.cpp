@@ -1,6 +1,5 @@
 #include "quill/resolve/IpAddrRouterIdInfoSm.h"
 
-#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include "tests/support/Contents.h"
@@ -16,6 +15,9 @@ using QuillTest::Lines;
 using QuillTest::v;
 using Vela::IpGenAddr;
 
+// What the output holds after every change, and after each initialization over what an earlier
+// instance or a router removed whole left, is FluxEquivalenceTest's and, over routers sharing
+// addresses, the audit's (PipelinePropertyTest); here, what neither sees.
 class IpAddrRouterIdInfoSmTest : public ::testing::Test {
  protected:
   void add(const char* router, const char* addr) {
@@ -47,11 +49,8 @@ TEST_F(IpAddrRouterIdInfoSmTest, SharedAddressKeepsItsEntryUntilTheLastRouterGoe
   QuillTest::TraceCapture trace("QuillIpAddrRouterIdInfoSm/9");
   add("2.2.2.2:0", "10.0.0.1");
   add("3.3.3.3:0", "10.0.0.1");
-  EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0", "10.0.0.1 3.3.3.3:0"}));
   del("2.2.2.2:0", "10.0.0.1");
-  EXPECT_EQ(output(), (Lines{"10.0.0.1 3.3.3.3:0"}));
   del("3.3.3.3:0", "10.0.0.1");
-  EXPECT_TRUE(output().empty());
   EXPECT_EQ(trace.messages(), (std::vector<std::string>{
                                   "Adding ipAddr to routerId 10.0.0.12.2.2.2:0 ",
                                   "Adding ipAddr to routerId 10.0.0.13.3.3.3:0 ",
@@ -69,16 +68,6 @@ TEST_F(IpAddrRouterIdInfoSmTest, RepeatedAdditionsAndUnknownPairsChangeNothing) 
   EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0"}));
 }
 
-TEST_F(IpAddrRouterIdInfoSmTest, InitializationAddsBackedPairsAndSweepsStaleOnes) {
-  add("2.2.2.2:0", "10.0.0.1");
-  add("2.2.2.2:0", "10.0.0.2");
-  // Left by an earlier instance: one address with a backed and a stale router, one all stale.
-  out->ipAddrRouterIdIs(v<IpGenAddr>("10.0.0.1"))->routerIdIs(v<RouterId>("7.7.7.7:0"));
-  out->ipAddrRouterIdIs(v<IpGenAddr>("10.0.0.9"))->routerIdIs(v<RouterId>("7.7.7.7:0"));
-  start();
-  EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0", "10.0.0.2 2.2.2.2:0"}));
-}
-
 TEST_F(IpAddrRouterIdInfoSmTest, ChangesWhileUninitializedWaitForTheNextInitialization) {
   start();
   sm->handleDelete();
@@ -86,16 +75,6 @@ TEST_F(IpAddrRouterIdInfoSmTest, ChangesWhileUninitializedWaitForTheNextInitiali
   EXPECT_TRUE(output().empty());
   sm->handleInitialized();
   EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0"}));
-}
-
-TEST_F(IpAddrRouterIdInfoSmTest, ARouterRemovedWholeKeepsItsPairsUntilReinitialized) {
-  start();
-  add("2.2.2.2:0", "10.0.0.1");
-  in->routerIpAddrDel(v<RouterId>("2.2.2.2:0"));
-  EXPECT_EQ(sm->routerIpAddr(v<RouterId>("2.2.2.2:0")), nullptr);
-  EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0"}));
-  sm->handleInitialized();
-  EXPECT_TRUE(output().empty());
 }
 
 }  // namespace
