@@ -112,42 +112,14 @@ void finish(SoakResult& result, const Agent& agent, const Progress& progress) {
 }
 
 // Makes a topology's changes on the agent, counting them.
-class CountingSink : public TopologySink {
+class CountingSink : public RelaySink {
  public:
   explicit CountingSink(Agent& agent) : agent_(agent) {}
   uint64_t changes = 0;
 
-  void mplsIntfIs(Vela::IntfId intf) override { count().mplsIntfIs(intf); }
-  void mplsIntfDel(Vela::IntfId intf) override { count().mplsIntfDel(intf); }
-  void routeIs(const Vela::IpPrefix& prefix, const std::vector<RouteVia>& vias) override {
-    count().routeIs(prefix, vias);
-  }
-  void routeDel(const Vela::IpPrefix& prefix) override { count().routeDel(prefix); }
-  void transportAddrIs(const Mpls::RouterId& id, const Vela::IpGenAddr& addr) override {
-    count().transportAddrIs(id, addr);
-  }
-  void transportAddrDel(const Mpls::RouterId& id, const Vela::IpGenAddr& addr) override {
-    count().transportAddrDel(id, addr);
-  }
-  void intfAddrIs(const Mpls::RouterId& id, const Vela::IpGenAddr& addr) override {
-    count().intfAddrIs(id, addr);
-  }
-  void intfAddrDel(const Mpls::RouterId& id, const Vela::IpGenAddr& addr) override {
-    count().intfAddrDel(id, addr);
-  }
-  void localLabelIs(const Mpls::FwdEqvClass& fec, Vela::MplsLabel label) override {
-    count().localLabelIs(fec, label);
-  }
-  void localLabelDel(const Mpls::FwdEqvClass& fec, Vela::MplsLabel label) override {
-    count().localLabelDel(fec, label);
-  }
-  void peerBindingIs(const Mpls::RouterId& id, const Mpls::FwdEqvClass& fec,
-                     Vela::MplsLabel label) override {
-    count().peerBindingIs(id, fec, label);
-  }
-  void peerBindingDel(const Mpls::RouterId& id, const Mpls::FwdEqvClass& fec,
-                      Vela::MplsLabel label) override {
-    count().peerBindingDel(id, fec, label);
+  void relay(const Change& change) override {
+    ++changes;
+    change(sink_);
   }
   void peerTableDrop(const Mpls::RouterId& id) override {
     // The drop's own changes are its bindings, one by one: counted as the agent makes them.
@@ -160,10 +132,6 @@ class CountingSink : public TopologySink {
   }
 
  private:
-  AgentSink& count() {
-    ++changes;
-    return sink_;
-  }
   Agent& agent_;
   AgentSink sink_{agent_};
 };

@@ -31,6 +31,7 @@
 //   topology.linkDown(agent, 3, 0);        // peer 3 loses its first link
 //   topology.linkUp(agent, 3);             // ... and regains it: the same output as before
 #include <cstdint>
+#include <functional>
 #include <iosfwd>
 #include <optional>
 #include <string>
@@ -73,6 +74,60 @@ class TopologySink {
                               Vela::MplsLabel label) = 0;
   // Every binding of the peer goes, then its table.
   virtual void peerTableDrop(const Mpls::RouterId& routerId) = 0;
+};
+
+// A sink that hands each change, as a call to make on a sink, to `relay`: to count the changes,
+// or to make each on several sinks in turn.
+//
+//   struct Both : Sim::RelaySink {
+//     void relay(const Change& change) override { change(agentSink); change(baseline); }
+//   };
+class RelaySink : public TopologySink {
+ public:
+  using Change = std::function<void(TopologySink&)>;
+  virtual void relay(const Change& change) = 0;
+
+  void mplsIntfIs(Vela::IntfId intf) override { pass(&TopologySink::mplsIntfIs, intf); }
+  void mplsIntfDel(Vela::IntfId intf) override { pass(&TopologySink::mplsIntfDel, intf); }
+  void routeIs(const Vela::IpPrefix& prefix, const std::vector<RouteVia>& vias) override {
+    pass(&TopologySink::routeIs, prefix, vias);
+  }
+  void routeDel(const Vela::IpPrefix& prefix) override { pass(&TopologySink::routeDel, prefix); }
+  void transportAddrIs(const Mpls::RouterId& routerId, const Vela::IpGenAddr& addr) override {
+    pass(&TopologySink::transportAddrIs, routerId, addr);
+  }
+  void transportAddrDel(const Mpls::RouterId& routerId, const Vela::IpGenAddr& addr) override {
+    pass(&TopologySink::transportAddrDel, routerId, addr);
+  }
+  void intfAddrIs(const Mpls::RouterId& routerId, const Vela::IpGenAddr& addr) override {
+    pass(&TopologySink::intfAddrIs, routerId, addr);
+  }
+  void intfAddrDel(const Mpls::RouterId& routerId, const Vela::IpGenAddr& addr) override {
+    pass(&TopologySink::intfAddrDel, routerId, addr);
+  }
+  void localLabelIs(const Mpls::FwdEqvClass& fec, Vela::MplsLabel label) override {
+    pass(&TopologySink::localLabelIs, fec, label);
+  }
+  void localLabelDel(const Mpls::FwdEqvClass& fec, Vela::MplsLabel label) override {
+    pass(&TopologySink::localLabelDel, fec, label);
+  }
+  void peerBindingIs(const Mpls::RouterId& routerId, const Mpls::FwdEqvClass& fec,
+                     Vela::MplsLabel label) override {
+    pass(&TopologySink::peerBindingIs, routerId, fec, label);
+  }
+  void peerBindingDel(const Mpls::RouterId& routerId, const Mpls::FwdEqvClass& fec,
+                      Vela::MplsLabel label) override {
+    pass(&TopologySink::peerBindingDel, routerId, fec, label);
+  }
+  void peerTableDrop(const Mpls::RouterId& routerId) override {
+    pass(&TopologySink::peerTableDrop, routerId);
+  }
+
+ private:
+  template <class... Params, class... Args>
+  void pass(void (TopologySink::*change)(Params...), const Args&... args) {
+    relay([&](TopologySink& sink) { (sink.*change)(args...); });
+  }
 };
 
 // The changes made on an agent, through the collections and services a scenario uses.

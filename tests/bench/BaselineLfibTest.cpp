@@ -24,42 +24,17 @@ using Sim::Topology;
 
 // Passes every change to two sinks, the first first: an agent and a baseline see the same changes
 // in the same order.
-class BothSinks : public Sim::TopologySink {
+class BothSinks : public Sim::RelaySink {
  public:
-  using Sink = Sim::TopologySink;
-  using Router = const Mpls::RouterId&;
-  using Addr = const Vela::IpGenAddr&;
-  using Fec = const Mpls::FwdEqvClass&;
-  BothSinks(Sink& first, Sink& second) : first_(first), second_(second) {}
-
-  void mplsIntfIs(Vela::IntfId i) override { both(&Sink::mplsIntfIs, i); }
-  void mplsIntfDel(Vela::IntfId i) override { both(&Sink::mplsIntfDel, i); }
-  void routeIs(const Vela::IpPrefix& p, const std::vector<Sim::RouteVia>& v) override {
-    both(&Sink::routeIs, p, v);
+  BothSinks(TopologySink& first, TopologySink& second) : first_(first), second_(second) {}
+  void relay(const Change& change) override {
+    change(first_);
+    change(second_);
   }
-  void routeDel(const Vela::IpPrefix& p) override { both(&Sink::routeDel, p); }
-  void transportAddrIs(Router r, Addr a) override { both(&Sink::transportAddrIs, r, a); }
-  void transportAddrDel(Router r, Addr a) override { both(&Sink::transportAddrDel, r, a); }
-  void intfAddrIs(Router r, Addr a) override { both(&Sink::intfAddrIs, r, a); }
-  void intfAddrDel(Router r, Addr a) override { both(&Sink::intfAddrDel, r, a); }
-  void localLabelIs(Fec f, Vela::MplsLabel l) override { both(&Sink::localLabelIs, f, l); }
-  void localLabelDel(Fec f, Vela::MplsLabel l) override { both(&Sink::localLabelDel, f, l); }
-  void peerBindingIs(Router r, Fec f, Vela::MplsLabel l) override {
-    both(&Sink::peerBindingIs, r, f, l);
-  }
-  void peerBindingDel(Router r, Fec f, Vela::MplsLabel l) override {
-    both(&Sink::peerBindingDel, r, f, l);
-  }
-  void peerTableDrop(Router r) override { both(&Sink::peerTableDrop, r); }
 
  private:
-  template <class... Params, class... Args>
-  void both(void (Sink::*change)(Params...), const Args&... args) {
-    (first_.*change)(args...);
-    (second_.*change)(args...);
-  }
-  Sink& first_;
-  Sink& second_;
+  TopologySink& first_;
+  TopologySink& second_;
 };
 
 // "N only in WHERE: B1; B2; B3 ..." for the branches of `from` missing in `other`.
