@@ -4,7 +4,6 @@
 
 #include <algorithm>
 #include <map>
-#include <random>
 #include <unordered_map>
 
 #include "tests/support/Contents.h"
@@ -79,11 +78,11 @@ class FecRouterNexthopInfoSmTest : public ::testing::Test {
   Vox::Ptr<FecRouterNexthopInfoSm> sm;
 };
 
-// Where FECs move when a via comes or goes is PipelinePropertyTest's
-// (ViaChoicesMoveOnlyWhereTheyMust) and the ring's (ConsistentHashCircleChurnTest), and which
-// (FEC, router) pairs have a choice as bindings and whole peer tables come and go is the audit's;
-// here, the ends: nothing before the first via, and the router's FECs and its ring gone with the
-// last.
+// Where FECs move when a via comes or goes, and that a restart moves none, is
+// PipelinePropertyTest's (ViaChoicesMoveOnlyWhereTheyMust) and the ring's
+// (ConsistentHashCircleChurnTest), and which (FEC, router) pairs have a choice as bindings and
+// whole peer tables come and go is the audit's; here, the ends: nothing before the first via, an
+// even share between two, and the router's FECs and its ring gone with the last.
 TEST_F(FecRouterNexthopInfoSmTest, TheFirstViaTakesEveryFecAndTheLastLeavesNoRing) {
   start();
   bindAll(router);
@@ -140,25 +139,6 @@ TEST_F(FecRouterNexthopInfoSmTest, AChoiceNotifiesOnlyWhenItChanges) {
   sm->handleRouterNexthop(router, via(1));  // reported again: counted as a collision, no change
   EXPECT_EQ(changes, 2 * moved);
   EXPECT_EQ(sm->fecViaConsistentHashColl()->consistentHash(router)->ch()->collisions(), 1u);
-}
-
-TEST_F(FecRouterNexthopInfoSmTest, InitializationRebuildsWhatIncrementalProcessingBuilt) {
-  std::mt19937 random(5);
-  start();
-  bindAll(router);
-  for (int step = 0; step < 300; ++step) {
-    const FibVia v = via(random() % 8);
-    if (random() % 2) {
-      viaIs(router, v);
-    } else if (vias->routerNexthop(router)) {
-      viaDel(router, v);
-    }
-  }
-  const auto incremental = choices(router);
-  out->fecRouterNexthopIs(fec(kFecs + 1))->routerNexthopInfoIs(router)->viaIs(via(9));  // stale
-  sm->handleInitialized();
-  EXPECT_EQ(choices(router), incremental);
-  EXPECT_EQ(out->fecRouterNexthop(fec(kFecs + 1)), nullptr);
 }
 
 TEST_F(FecRouterNexthopInfoSmTest, CollidingViasShareAPositionAndTheLesserWins) {
