@@ -1,13 +1,11 @@
+// Tracing: the level-8 records of the lifecycle handlers and of QUILL_TRACE_FUNC, with the
+// reactor's source file, are quill.tracing's (tests/tools/Tracing.cmake) and the manager's
+// deletion-order test's, with their arguments the interface-address filter's function-record
+// test's; the lifecycle handlers' binary-trace timers and records are quill.tracing's.
 #include "quill/core/StageReactor.h"
 
 #include <gtest/gtest.h>
-#include <unistd.h>
 
-#include <filesystem>
-#include <fstream>
-#include <sstream>
-
-#include "platform/rapidlog/RapidlogDecoder.h"
 #include "tests/support/TestEntities.h"
 
 namespace {
@@ -30,42 +28,17 @@ class SampleSm : public Quill::StageReactor<SampleSm> {
     ++initializations;
   }
   void handleDelete() { leaveInitialized(); }
-  void handleFlag(const TestKey& flag) {
-    QUILL_TRACE_FUNC(flag);
-    flags.push_back(flag.value);
-  }
+  void handleFlag(const TestKey& flag) { flags.push_back(flag.value); }
 
   int initializations = 0;
   std::vector<uint32_t> flags;
   Vox::KeyObserver<TestColl::flagAttribute, &SampleSm::handleFlag> flagObserver{*this};
 };
 
-class StageReactorTest : public ::testing::Test {
- protected:
-  void SetUp() override {
-    input = Vox::create<TestColl>();
-    base = std::filesystem::temp_directory_path() / ("quill-stage-" + std::to_string(getpid()));
-  }
-  void TearDown() override {
-    Vox::traceConfigure("");
-    Vox::traceOutputIs("");
-    Rapidlog::shutdown();
-    std::filesystem::remove(base.string() + ".trace");
-    std::filesystem::remove(base.string() + ".rl");
-  }
-  std::string readAll(const std::string& path) {
-    std::ifstream in(path);
-    std::stringstream text;
-    text << in.rdbuf();
-    return text.str();
-  }
-  Vox::Ptr<TestColl> input;
-  std::filesystem::path base;
-};
-
 // Live and initialized once created; handleDelete only clears initialized: the reactor is still
 // subscribed, and reacting after it is the stage's own choice.
-TEST_F(StageReactorTest, IsLiveAndInitializedOnceCreatedAndHandleDeleteOnlyClearsInitialized) {
+TEST(StageReactorTest, IsLiveAndInitializedOnceCreatedAndHandleDeleteOnlyClearsInitialized) {
+  const auto input = Vox::create<TestColl>();
   auto sm = SampleSm::create(input);
   EXPECT_EQ(SampleSm::traceHandle().name(), "QuillSampleSm");
   EXPECT_TRUE(sm->initialized());
@@ -78,38 +51,6 @@ TEST_F(StageReactorTest, IsLiveAndInitializedOnceCreatedAndHandleDeleteOnlyClear
   EXPECT_EQ(sm->flags, (std::vector<uint32_t>{1, 2}));
   sm->handleInitialized();
   EXPECT_TRUE(sm->initialized());
-}
-
-TEST_F(StageReactorTest, TracesHandlersWithTheReactorsSourceFile) {
-  const std::string tracePath = base.string() + ".trace";
-  Vox::traceOutputIs(tracePath);
-  Vox::traceConfigure("QuillSampleSm/8");
-  {
-    auto sm = SampleSm::create(input);
-    input->flagIs({5});
-  }
-  const std::string text = readAll(tracePath);
-  EXPECT_NE(text.find(" QuillSampleSm 8 StageReactorTest:"), std::string::npos) << text;
-  EXPECT_NE(text.find(" QuillTest::SampleSm::handleInitialized()\n"), std::string::npos) << text;
-  EXPECT_NE(text.find(" QuillTest::SampleSm::handleFlag() 5\n"), std::string::npos) << text;
-  EXPECT_NE(text.find(" QuillTest::SampleSm::handleDelete()\n"), std::string::npos) << text;
-}
-
-TEST_F(StageReactorTest, LifecycleHandlersAreTimedInTheBinaryTrace) {
-  const std::string path = base.string() + ".rl";
-  ASSERT_EQ(Rapidlog::initialize(path.c_str(), nullptr, nullptr, 0, 16, 0, true, 512), 0);
-  SampleSm::create(input);  // created and destroyed at once
-  Rapidlog::shutdown();
-  const auto lines = Rapidlog::decodeFile(path);
-  auto has = [&](const std::string& part) {
-    for (const auto& line : lines) {
-      if (line.find(part) != std::string::npos) return true;
-    }
-    return false;
-  };
-  EXPECT_TRUE(has("timer QuillTest::SampleSm::handleInitialized "));
-  EXPECT_TRUE(has("timer QuillTest::SampleSm::handleDelete "));
-  EXPECT_TRUE(has("text QuillSampleSm 8 handleDelete()"));
 }
 
 }  // namespace

@@ -47,6 +47,7 @@ if(NOT status EQUAL 0 OR NOT err STREQUAL "")
 endif()
 foreach(expected
     "timer Mpls::LabelForwardingInfoSm::handleInitialized [0-9]+ns\n"
+    "timer Mpls::LabelForwardingInfoSm::handleDelete [0-9]+ns\n"
     "text QuillLabelForwardingInfoSm 8 handleDelete\\(\\)\n"
     "timer Mpls::P2mpLfibGenSmManager::handleInitialized [0-9]+ns\n")
   if(NOT decoded MATCHES "${expected}")
