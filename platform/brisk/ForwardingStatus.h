@@ -11,6 +11,7 @@ class ForwardingStatus : public Vox::NamedEntity<ForwardingStatus> {
   explicit ForwardingStatus(std::string name = "default") : NamedEntity(std::move(name)) {}
 
   VOX_VALUE_MAP_ATTRIBUTE(ForwardingStatus, fec, FecId, Fec)
+  VOX_ATTRIBUTES(fec)
 
   // The record of `fecId`, or the empty FEC `Fec(FecId())` when there is none.
   const Fec& fecOrEmpty(FecId fecId) const {

@@ -12,6 +12,7 @@ class FecLabelSet : public Vox::KeyedEntity<FecLabelSet, FwdEqvClass> {
   const FwdEqvClass& fwdEqvClass() const { return key(); }
 
   VOX_SET_ATTRIBUTE(FecLabelSet, mplsLabel, Vela::MplsLabel)
+  VOX_ATTRIBUTES(mplsLabel)
 };
 
 }  // namespace Mpls

@@ -97,11 +97,18 @@ class FwdEqvClass {
   // Equality and order are the root's, then the opaque bytes'; the cached hash only rejects
   // unequal values early. Unused inline bytes are zero, so equal inline values have equal
   // buffers.
-  bool operator==(const FwdEqvClass& other) const {
+  [[gnu::always_inline]] bool operator==(const FwdEqvClass& other) const {
     if (hash0_ != other.hash0_ || opaqueSize_ != other.opaqueSize_ || !(root_ == other.root_)) {
       return false;
     }
-    if (!onHeap()) return std::memcmp(opaque_.bytes, other.opaque_.bytes, kInlineOpaque) == 0;
+    if (!onHeap()) {
+      // One word, not a call to memcmp: FECs are compared on every look-up of a FEC-keyed table.
+      static_assert(kInlineOpaque == sizeof(uint64_t));
+      uint64_t mine, theirs;
+      std::memcpy(&mine, opaque_.bytes, sizeof mine);
+      std::memcpy(&theirs, other.opaque_.bytes, sizeof theirs);
+      return mine == theirs;
+    }
     return opaque_.heap == other.opaque_.heap || heapOpaque() == other.heapOpaque();
   }
   std::strong_ordering operator<=>(const FwdEqvClass& other) const {

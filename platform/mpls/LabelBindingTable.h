@@ -23,7 +23,7 @@ class LabelBindingTable : public Vox::KeyedEntity<LabelBindingTable, RouterId> {
   VOX_VALUE_MAP_ATTRIBUTE(LabelBindingTable, filteredFec, FwdEqvClass, bool)
 
   // The notification channel.
-  VOX_ATTRIBUTE_DESCRIPTOR(LabelBindingTable, notifier, FwdEqvClass)
+  VOX_VALUE_MAP_DESCRIPTOR(LabelBindingTable, notifier, FwdEqvClass, Vela::MplsLabel)
   // The channel is not part of the table's content: publishing through a read-only reference
   // is allowed, as that is how the table's readers announce labels.
   void updateNotifier(const FwdEqvClass& fec, Vela::MplsLabel label) const {
@@ -34,6 +34,8 @@ class LabelBindingTable : public Vox::KeyedEntity<LabelBindingTable, RouterId> {
   const Vox::ValueMapAttribute<FwdEqvClass, Vela::MplsLabel>& notifierColl() const {
     return notifier_;
   }
+  // The content first, then the channel.
+  VOX_ATTRIBUTES(binding, filteredFec, notifier)
 
  private:
   mutable Vox::ValueMapAttribute<FwdEqvClass, Vela::MplsLabel> notifier_;

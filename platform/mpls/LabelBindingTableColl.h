@@ -8,6 +8,7 @@ namespace Mpls {
 class LabelBindingTableColl : public Vox::EntityBase<LabelBindingTableColl> {
  public:
   VOX_ENTITY_COLL_ATTRIBUTE(LabelBindingTableColl, bindingTable, RouterId, LabelBindingTable)
+  VOX_ATTRIBUTES(bindingTable)
 };
 
 }  // namespace Mpls

@@ -12,6 +12,7 @@ class NexthopBacklog : public Vox::NamedEntity<NexthopBacklog> {
   explicit NexthopBacklog(std::string vrfName = "default") : NamedEntity(std::move(vrfName)) {}
 
   VOX_SET_ATTRIBUTE(NexthopBacklog, backlog, Vela::IpGenAddr)
+  VOX_ATTRIBUTES(backlog)
 };
 
 }  // namespace Routing

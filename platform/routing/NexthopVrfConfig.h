@@ -11,6 +11,7 @@ class NexthopVrfConfig : public Vox::NamedEntity<NexthopVrfConfig> {
   explicit NexthopVrfConfig(std::string vrfName = "default") : NamedEntity(std::move(vrfName)) {}
 
   VOX_VALUE_MAP_ATTRIBUTE(NexthopVrfConfig, nexthop, Vela::IpGenAddr, NexthopConfigEntry)
+  VOX_ATTRIBUTES(nexthop)
 
   // Adds or replaces the request for the entry's address; notifies only if it changed.
   void nexthopIs(const NexthopConfigEntry& entry) { nexthopIs(entry.address(), entry); }

@@ -12,6 +12,7 @@ class NexthopVrfStatus : public Vox::NamedEntity<NexthopVrfStatus> {
   explicit NexthopVrfStatus(std::string vrfName = "default") : NamedEntity(std::move(vrfName)) {}
 
   VOX_VALUE_MAP_ATTRIBUTE(NexthopVrfStatus, nexthop, Vela::IpGenAddr, NexthopStatusEntry)
+  VOX_ATTRIBUTES(nexthop)
 };
 
 }  // namespace Routing

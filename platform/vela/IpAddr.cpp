@@ -55,10 +55,6 @@ Ip6Addr::Bytes v4Mapped(uint32_t hostOrder) {
 
 IpAddr::IpAddr(Vox::AttrLogReader& in) : value_(in.u32()) {}
 
-uint32_t IpAddr::hash(uint32_t seed) const {
-  return Vox::hashSingleAttr(seed, value_);
-}
-
 std::string IpAddr::valueToStrep() const {
   return Vox::text::dottedQuadText(value_);
 }
@@ -129,13 +125,6 @@ IpAddr IpGenAddr::v4() const {
   VOX_ASSERT(isV4(), "isV4()");
   const auto& b = addr_.bytes();
   return IpAddr(uint32_t{b[12]} << 24 | uint32_t{b[13]} << 16 | uint32_t{b[14]} << 8 | b[15]);
-}
-
-uint32_t IpGenAddr::hash(uint32_t seed) const {
-  return Vox::Hash(seed)
-      .hashMix(static_cast<uint32_t>(family_))
-      .hashBytes(addr_.bytes().data(), addr_.bytes().size())
-      .result();
 }
 
 std::string IpGenAddr::valueToStrep() const {

@@ -24,6 +24,7 @@
 #include <array>
 #include <compare>
 #include <cstdint>
+#include <cstring>
 #include <iosfwd>
 #include <string>
 #include <string_view>
@@ -42,7 +43,7 @@ class IpAddr {
   constexpr uint32_t value() const { return value_; }
 
   constexpr auto operator<=>(const IpAddr&) const = default;
-  uint32_t hash(uint32_t seed) const;
+  constexpr uint32_t hash(uint32_t seed) const { return Vox::hashSingleAttr(seed, value_); }
 
   std::string valueToStrep() const;
   friend std::ostream& operator<<(std::ostream& os, const IpAddr& addr);
@@ -65,6 +66,14 @@ class Ip6Addr {
   constexpr const Bytes& bytes() const { return bytes_; }
 
   constexpr auto operator<=>(const Ip6Addr&) const = default;
+  // As two 8-byte words: every table keyed by an address, a via or a FEC compares addresses on
+  // each look-up, and the byte-wise comparison became a call to memcmp.
+  friend bool operator==(const Ip6Addr& a, const Ip6Addr& b) {
+    uint64_t aw[2], bw[2];
+    std::memcpy(aw, a.bytes_.data(), sizeof aw);
+    std::memcpy(bw, b.bytes_.data(), sizeof bw);
+    return ((aw[0] ^ bw[0]) | (aw[1] ^ bw[1])) == 0;
+  }
   // Unseeded: the hash of the 16 bytes alone.
   uint32_t hash() const { return Vox::Hash(0).hashBytes(bytes_.data(), bytes_.size()).result(); }
 
@@ -97,8 +106,14 @@ class IpGenAddr {
   const Ip6Addr& ip6Addr() const { return addr_; }
 
   auto operator<=>(const IpGenAddr&) const = default;
-  // Mixes the family, then the 16 address bytes.
-  uint32_t hash(uint32_t seed) const;
+  // Mixes the family, then the 16 address bytes. Inline, as the keys that hold addresses hash
+  // them on each look-up.
+  uint32_t hash(uint32_t seed) const {
+    return Vox::Hash(seed)
+        .hashMix(static_cast<uint32_t>(family_))
+        .hashBytes(addr_.bytes().data(), addr_.bytes().size())
+        .result();
+  }
 
   std::string valueToStrep() const;
   friend std::ostream& operator<<(std::ostream& os, const IpGenAddr& addr);

@@ -11,10 +11,6 @@ namespace Vela {
 
 MplsLabel::MplsLabel(Vox::AttrLogReader& in) : value_(in.u32()) {}
 
-uint32_t MplsLabel::hash(uint32_t seed) const {
-  return Vox::hashSingleAttr(seed, value_);
-}
-
 std::string MplsLabel::valueToStrep() const {
   return std::to_string(value_);
 }

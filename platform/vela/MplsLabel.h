@@ -16,6 +16,7 @@
 #include <string>
 #include <string_view>
 
+#include "platform/vox/Hash.h"
 #include "platform/vox/LogStream.h"
 
 namespace Vela {
@@ -34,7 +35,8 @@ class MplsLabel {
   constexpr uint32_t value() const { return value_; }
 
   constexpr auto operator<=>(const MplsLabel&) const = default;
-  uint32_t hash(uint32_t seed) const;
+  // Inline: every table keyed by a label hashes it on each look-up.
+  constexpr uint32_t hash(uint32_t seed) const { return Vox::hashSingleAttr(seed, value_); }
 
   std::string valueToStrep() const;
   friend std::ostream& operator<<(std::ostream& os, MplsLabel label);

@@ -33,17 +33,57 @@
 //     Type x() const; void xIs(value)               notifies only when the value changes
 //
 // Each macro also declares `xAttribute`, the attribute's descriptor: its identity (`info`), its
-// key type, `of(owner)` (the storage, for framework templates) and `match(attr, key)` which an
-// observer uses to recognise the attribute in `onAttribute`. Notifications always follow the
-// change; the key passed to observers is a copy for removals, so observers may change the
-// collection freely. The macros leave the class in its public section.
+// key type, its `kind` (with `Member` for an entity collection, `Value` for a value map or a
+// value), `of(owner)` (the storage: the `KeyedSet`, the entity collection, the value map or the
+// value) and `match(attr, key)` which an observer uses to recognise the attribute in
+// `onAttribute`. Notifications always follow the change; the key passed to observers is a copy
+// for removals, so observers may change the collection freely. The macros leave the class in its
+// public section.
+//
+// An entity then lists its attributes, in the order a reader should meet them, so that code
+// that walks any entity (a printer, a serializer) needs no per-type knowledge of its fields:
+//
+//   VOX_ATTRIBUTES(binding, filteredFec)   // using Attributes = std::tuple<bindingAttribute, ...>
+//   Vox::forEachAttribute<LabelBindingTable>([&](auto attr) {
+//     using Attr = decltype(attr);          // Attr::info.name, Attr::kind, Attr::of(table) ...
+//   });
 #include <cstddef>
+#include <cstdint>
+#include <tuple>
+#include <type_traits>
 #include <utility>
 
 #include "platform/vox/Entity.h"
 #include "platform/vox/KeyedTable.h"
 
 namespace Vox {
+
+// What an attribute's storage is, as its descriptor's `kind` says.
+enum class AttributeKind : uint8_t { kSet, kEntityColl, kValueMap, kValue };
+
+// Calls `visit(Attr{})` for each descriptor `Entity` lists with VOX_ATTRIBUTES, in that order.
+template <class Entity, class Visit>
+constexpr void forEachAttribute(Visit&& visit) {
+  [&]<class... Attr>(std::tuple<Attr...>*) {
+    static_assert((std::is_same_v<typename Attr::OwnerType, Entity> && ...),
+                  "an entity lists its own attributes");
+    (visit(Attr{}), ...);
+  }(static_cast<typename Entity::Attributes*>(nullptr));
+}
+
+// The keys of attribute `Attr` of `entity`, one call each; the callback may change anything but
+// `entity` itself. Not for a single value, which has no keys.
+template <class Attr, class F>
+void forEachKeyOf(const typename Attr::OwnerType& entity, F&& f) {
+  const auto& coll = Attr::of(entity);
+  for (auto it = coll.begin(); it != coll.end(); ++it) {
+    if constexpr (requires { it.key(); }) {
+      f(it.key());
+    } else {
+      f(*it);
+    }
+  }
+}
 
 // The descriptor part shared by every attribute: identity and typed matching.
 template <class Key>
@@ -226,12 +266,31 @@ class ValueMapAttribute {
     __VA_ARGS__                                                                      \
   };
 
+// The descriptor of a value map stored in `name##_`; an entity that declares its own mutators
+// over such a map (a notification channel) declares its descriptor with this.
+#define VOX_VALUE_MAP_DESCRIPTOR(Owner, name, KeyType, ValueType)                             \
+  VOX_ATTRIBUTE_DESCRIPTOR(                                                                   \
+      Owner, name, KeyType, static constexpr auto kind = ::Vox::AttributeKind::kValueMap;     \
+      using Value = ValueType; static const ::Vox::ValueMapAttribute<KeyType, ValueType>& of( \
+          const Owner& owner) { return owner.name##_; })
+
+// The entity's attributes, by name, in the order a reader should meet them (at most four).
+#define VOX_ATTRIBUTES(...)                                                             \
+  using Attributes =                                                                    \
+      ::std::tuple<VOX_ATTRIBUTES_PICK(__VA_ARGS__, VOX_ATTRIBUTES_4, VOX_ATTRIBUTES_3, \
+                                       VOX_ATTRIBUTES_2, VOX_ATTRIBUTES_1, )(__VA_ARGS__)>;
+#define VOX_ATTRIBUTES_PICK(a, b, c, d, list, ...) list
+#define VOX_ATTRIBUTES_1(a) a##Attribute
+#define VOX_ATTRIBUTES_2(a, b) a##Attribute, b##Attribute
+#define VOX_ATTRIBUTES_3(a, b, c) a##Attribute, b##Attribute, c##Attribute
+#define VOX_ATTRIBUTES_4(a, b, c, d) a##Attribute, b##Attribute, c##Attribute, d##Attribute
+
 #define VOX_SET_ATTRIBUTE(Owner, name, KeyType)                                             \
  public:                                                                                    \
   VOX_ATTRIBUTE_DESCRIPTOR(                                                                 \
       Owner, name, KeyType, static const ::Vox::KeyedSet<KeyType>& of(const Owner& owner) { \
         return owner.name##_.coll();                                                        \
-      })                                                                                    \
+      } static constexpr auto kind = ::Vox::AttributeKind::kSet;)                           \
   bool name(const KeyType& key) const {                                                     \
     return name##_.contains(key);                                                           \
   }                                                                                         \
@@ -262,7 +321,7 @@ class ValueMapAttribute {
       Owner, name, KeyType, using Member = MemberType;                                       \
       static const ::Vox::EntityCollAttribute<KeyType, MemberType>& of(const Owner& owner) { \
         return owner.name##_;                                                                \
-      })                                                                                     \
+      } static constexpr auto kind = ::Vox::AttributeKind::kEntityColl;)                     \
   ::Vox::Ptr<const MemberType> name(const KeyType& key) const {                              \
     return name##_.find(key);                                                                \
   }                                                                                          \
@@ -295,7 +354,7 @@ class ValueMapAttribute {
 
 #define VOX_VALUE_MAP_ATTRIBUTE(Owner, name, KeyType, ValueType)           \
  public:                                                                   \
-  VOX_ATTRIBUTE_DESCRIPTOR(Owner, name, KeyType)                           \
+  VOX_VALUE_MAP_DESCRIPTOR(Owner, name, KeyType, ValueType)                \
   const ValueType* name(const KeyType& key) const {                        \
     return name##_.find(key);                                              \
   }                                                                        \
@@ -320,19 +379,21 @@ class ValueMapAttribute {
                                                                            \
  public:
 
-#define VOX_VALUE_ATTRIBUTE(Owner, name, Type, initial) \
- public:                                                \
-  VOX_ATTRIBUTE_DESCRIPTOR(Owner, name, Type)           \
-  const Type& name() const {                            \
-    return name##_;                                     \
-  }                                                     \
-  void name##Is(const Type& value) {                    \
-    if (value == name##_) return;                       \
-    name##_ = value;                                    \
-    notifyAttribute(name##Attribute::info, &name##_);   \
-  }                                                     \
-                                                        \
- private:                                               \
-  Type name##_ = initial;                               \
-                                                        \
+#define VOX_VALUE_ATTRIBUTE(Owner, name, Type, initial)                                        \
+ public:                                                                                       \
+  VOX_ATTRIBUTE_DESCRIPTOR(                                                                    \
+      Owner, name, Type, static constexpr auto kind = ::Vox::AttributeKind::kValue;            \
+      using Value = Type; static const Type& of(const Owner& owner) { return owner.name##_; }) \
+  const Type& name() const {                                                                   \
+    return name##_;                                                                            \
+  }                                                                                            \
+  void name##Is(const Type& value) {                                                           \
+    if (value == name##_) return;                                                              \
+    name##_ = value;                                                                           \
+    notifyAttribute(name##Attribute::info, &name##_);                                          \
+  }                                                                                            \
+                                                                                               \
+ private:                                                                                      \
+  Type name##_ = initial;                                                                      \
+                                                                                               \
  public:

@@ -129,8 +129,9 @@ struct HashHelper {
 // for the few types whose hash takes no seed. Always call it qualified (`Vox::hashOfKey`): an
 // unqualified call could find, by argument-dependent lookup, a function of the key's own
 // namespace that hashes for another purpose, and tables built in different files would disagree.
+// Forced inline: it stands between every table look-up and the key's own (inline) hash.
 template <class Key>
-constexpr uint32_t hashOfKey(const Key& key) {
+[[gnu::always_inline]] constexpr uint32_t hashOfKey(const Key& key) {
   if constexpr (requires { key.hash(0u); }) {
     return key.hash(0u);
   } else {

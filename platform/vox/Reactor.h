@@ -167,20 +167,6 @@ class MemberReactor : public MemberT::NotifieeConst {
   Owner* owner_;
 };
 
-// The keys of attribute `Attr` of `entity`, one call each; the callback may change anything but
-// `entity` itself.
-template <class Attr, class F>
-void forEachKeyOf(const typename Attr::OwnerType& entity, F&& f) {
-  const auto& coll = Attr::of(entity);
-  for (auto it = coll.begin(); it != coll.end(); ++it) {
-    if constexpr (requires { it.key(); }) {
-      f(it.key());
-    } else {
-      f(*it);
-    }
-  }
-}
-
 // The typed forwarder: "every key of attribute `Attr` of the member goes to `Handler` of the
 // stage", as a per-key reactor of `Owner`. `Handler` is a stage member function taking the
 // member's key and then the changed key:

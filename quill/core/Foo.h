@@ -19,6 +19,7 @@ class Foo : public Vox::NamedEntity<Foo> {
   explicit Foo(std::string name) : NamedEntity(std::move(name)) {}
 
   VOX_VALUE_ATTRIBUTE(Foo, foo, uint32_t, 0)
+  VOX_ATTRIBUTES(foo)
 
   // Writes "doBar( <value> ) called" and a newline to standard output.
   void doBar(uint32_t value) const;

@@ -15,6 +15,7 @@ class FecRouterLabelInfo : public Vox::KeyedEntity<FecRouterLabelInfo, Mpls::Fwd
   const Mpls::FwdEqvClass& fwdEqvClass() const { return key(); }
 
   VOX_ENTITY_COLL_ATTRIBUTE(FecRouterLabelInfo, routerLabelInfo, Mpls::RouterId, RouterLabelInfo)
+  VOX_ATTRIBUTES(routerLabelInfo)
 };
 
 }  // namespace Mpls

@@ -12,6 +12,7 @@ class FecRouterLabelInfoColl : public Vox::EntityBase<FecRouterLabelInfoColl> {
  public:
   VOX_ENTITY_COLL_ATTRIBUTE(FecRouterLabelInfoColl, fecRouterLabel, Mpls::FwdEqvClass,
                             FecRouterLabelInfo)
+  VOX_ATTRIBUTES(fecRouterLabel)
 };
 
 }  // namespace Mpls

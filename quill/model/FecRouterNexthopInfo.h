@@ -16,6 +16,7 @@ class FecRouterNexthopInfo : public Vox::KeyedEntity<FecRouterNexthopInfo, Mpls:
 
   VOX_ENTITY_COLL_ATTRIBUTE(FecRouterNexthopInfo, routerNexthopInfo, Mpls::RouterId,
                             RouterNexthopInfo)
+  VOX_ATTRIBUTES(routerNexthopInfo)
 };
 
 }  // namespace Mpls

@@ -12,6 +12,7 @@ class FecRouterNexthopInfoColl : public Vox::EntityBase<FecRouterNexthopInfoColl
  public:
   VOX_ENTITY_COLL_ATTRIBUTE(FecRouterNexthopInfoColl, fecRouterNexthop, Mpls::FwdEqvClass,
                             FecRouterNexthopInfo)
+  VOX_ATTRIBUTES(fecRouterNexthop)
 };
 
 }  // namespace Mpls

@@ -16,6 +16,7 @@ class ForwardingInfo : public Vox::KeyedEntity<ForwardingInfo, Mpls::ViaLabel> {
   const Mpls::ViaLabel& viaLabel() const { return key(); }
 
   VOX_SET_ATTRIBUTE(ForwardingInfo, fecRouter, Mpls::FecRouter)
+  VOX_ATTRIBUTES(fecRouter)
 };
 
 }  // namespace Mpls

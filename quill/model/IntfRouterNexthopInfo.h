@@ -16,6 +16,7 @@ class IntfRouterNexthopInfo : public Vox::KeyedEntity<IntfRouterNexthopInfo, Vel
 
   VOX_ENTITY_COLL_ATTRIBUTE(IntfRouterNexthopInfo, routerNexthopInfo, Mpls::RouterId,
                             RouterNexthopInfo)
+  VOX_ATTRIBUTES(routerNexthopInfo)
 };
 
 }  // namespace Mpls

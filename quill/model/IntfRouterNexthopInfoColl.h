@@ -12,6 +12,7 @@ class IntfRouterNexthopInfoColl : public Vox::EntityBase<IntfRouterNexthopInfoCo
  public:
   VOX_ENTITY_COLL_ATTRIBUTE(IntfRouterNexthopInfoColl, intfRouterNexthop, Vela::IntfId,
                             IntfRouterNexthopInfo)
+  VOX_ATTRIBUTES(intfRouterNexthop)
 };
 
 }  // namespace Mpls

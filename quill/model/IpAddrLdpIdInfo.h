@@ -15,6 +15,7 @@ class IpAddrLdpIdInfo : public Vox::KeyedEntity<IpAddrLdpIdInfo, Vela::IpGenAddr
 
   // Hashed with `Ldp::LdpIdentifier::hash()`, which takes no seed.
   VOX_SET_ATTRIBUTE(IpAddrLdpIdInfo, ldpId, Ldp::LdpIdentifier)
+  VOX_ATTRIBUTES(ldpId)
 };
 
 // A free-standing `IpAddrLdpIdInfo` for `ipAddr`, notifications on.

@@ -15,6 +15,7 @@ class IpAddrRouterIdInfo : public Vox::KeyedEntity<IpAddrRouterIdInfo, Vela::IpG
   const Vela::IpGenAddr& ipAddr() const { return key(); }
 
   VOX_SET_ATTRIBUTE(IpAddrRouterIdInfo, routerId, Mpls::RouterId)
+  VOX_ATTRIBUTES(routerId)
 };
 
 }  // namespace Mpls

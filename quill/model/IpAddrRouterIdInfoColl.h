@@ -12,6 +12,7 @@ class IpAddrRouterIdInfoColl : public Vox::EntityBase<IpAddrRouterIdInfoColl> {
  public:
   VOX_ENTITY_COLL_ATTRIBUTE(IpAddrRouterIdInfoColl, ipAddrRouterId, Vela::IpGenAddr,
                             IpAddrRouterIdInfo)
+  VOX_ATTRIBUTES(ipAddrRouterId)
 };
 
 }  // namespace Mpls

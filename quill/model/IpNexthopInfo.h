@@ -16,6 +16,7 @@ class IpNexthopInfo : public Vox::KeyedEntity<IpNexthopInfo, Vela::IpGenAddr> {
   const Vela::IpGenAddr& destIp() const { return key(); }
 
   VOX_SET_ATTRIBUTE(IpNexthopInfo, via, Mpls::FibVia)
+  VOX_ATTRIBUTES(via)
 };
 
 }  // namespace Mpls

@@ -11,6 +11,7 @@ namespace Mpls {
 class IpNexthopInfoColl : public Vox::EntityBase<IpNexthopInfoColl> {
  public:
   VOX_ENTITY_COLL_ATTRIBUTE(IpNexthopInfoColl, ipNexthop, Vela::IpGenAddr, IpNexthopInfo)
+  VOX_ATTRIBUTES(ipNexthop)
 };
 
 }  // namespace Mpls

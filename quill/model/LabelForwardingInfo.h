@@ -15,6 +15,7 @@ class LabelForwardingInfo : public Vox::KeyedEntity<LabelForwardingInfo, Vela::M
   const Vela::MplsLabel& label() const { return key(); }
 
   VOX_ENTITY_COLL_ATTRIBUTE(LabelForwardingInfo, forwardingInfo, Mpls::ViaLabel, ForwardingInfo)
+  VOX_ATTRIBUTES(forwardingInfo)
 };
 
 }  // namespace Mpls

@@ -12,6 +12,7 @@ class LabelForwardingInfoColl : public Vox::EntityBase<LabelForwardingInfoColl> 
  public:
   VOX_ENTITY_COLL_ATTRIBUTE(LabelForwardingInfoColl, labelForwarding, Vela::MplsLabel,
                             LabelForwardingInfo)
+  VOX_ATTRIBUTES(labelForwarding)
 };
 
 }  // namespace Mpls

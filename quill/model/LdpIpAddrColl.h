@@ -10,6 +10,7 @@ class LdpIpAddrColl : public Vox::EntityBase<LdpIpAddrColl> {
  public:
   VOX_SET_ATTRIBUTE(LdpIpAddrColl, ipAddr, Vela::IpGenAddr)
   VOX_ENTITY_COLL_ATTRIBUTE(LdpIpAddrColl, ipAddrLdpId, Vela::IpGenAddr, IpAddrLdpIdInfo)
+  VOX_ATTRIBUTES(ipAddr, ipAddrLdpId)
 };
 
 }  // namespace Ldp

@@ -11,6 +11,7 @@ namespace Mpls {
 class MplsIntfColl : public Vox::EntityBase<MplsIntfColl> {
  public:
   VOX_SET_ATTRIBUTE(MplsIntfColl, intfId, Vela::IntfId)
+  VOX_ATTRIBUTES(intfId)
 };
 
 }  // namespace Mpls

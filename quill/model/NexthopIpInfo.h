@@ -16,6 +16,7 @@ class NexthopIpInfo : public Vox::KeyedEntity<NexthopIpInfo, Mpls::FibVia> {
   const Mpls::FibVia& fibVia() const { return key(); }
 
   VOX_SET_ATTRIBUTE(NexthopIpInfo, destIp, Vela::IpGenAddr)
+  VOX_ATTRIBUTES(destIp)
 };
 
 }  // namespace Mpls

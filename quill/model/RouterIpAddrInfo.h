@@ -16,6 +16,7 @@ class RouterIpAddrInfo : public Vox::KeyedEntity<RouterIpAddrInfo, Mpls::RouterI
   const Mpls::RouterId& routerId() const { return key(); }
 
   VOX_SET_ATTRIBUTE(RouterIpAddrInfo, ipAddr, Vela::IpGenAddr)
+  VOX_ATTRIBUTES(ipAddr)
 };
 
 }  // namespace Mpls

@@ -11,6 +11,7 @@ namespace Mpls {
 class RouterIpAddrInfoColl : public Vox::EntityBase<RouterIpAddrInfoColl> {
  public:
   VOX_ENTITY_COLL_ATTRIBUTE(RouterIpAddrInfoColl, routerIpAddr, Mpls::RouterId, RouterIpAddrInfo)
+  VOX_ATTRIBUTES(routerIpAddr)
 };
 
 }  // namespace Mpls

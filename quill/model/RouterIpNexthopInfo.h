@@ -21,6 +21,7 @@ class RouterIpNexthopInfo : public Vox::KeyedEntity<RouterIpNexthopInfo, Mpls::R
   }
 
   VOX_ENTITY_COLL_ATTRIBUTE(RouterIpNexthopInfo, ipNexthopInfo, Vela::IpGenAddr, IpNexthopInfo)
+  VOX_ATTRIBUTES(ipNexthopInfo)
 };
 
 }  // namespace Mpls

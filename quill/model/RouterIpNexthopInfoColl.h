@@ -12,6 +12,7 @@ class RouterIpNexthopInfoColl : public Vox::EntityBase<RouterIpNexthopInfoColl> 
  public:
   VOX_ENTITY_COLL_ATTRIBUTE(RouterIpNexthopInfoColl, routerIpNexthop, Mpls::RouterId,
                             RouterIpNexthopInfo)
+  VOX_ATTRIBUTES(routerIpNexthop)
 };
 
 }  // namespace Mpls

@@ -15,6 +15,7 @@ class RouterLabelInfo : public Vox::KeyedEntity<RouterLabelInfo, Mpls::RouterId>
   const Mpls::RouterId& routerId() const { return key(); }
 
   VOX_SET_ATTRIBUTE(RouterLabelInfo, routerLabel, Vela::MplsLabel)
+  VOX_ATTRIBUTES(routerLabel)
 };
 
 }  // namespace Mpls

@@ -24,6 +24,7 @@ class RouterNexthopInfo : public Vox::KeyedEntity<RouterNexthopInfo, Mpls::Route
 
   VOX_SET_ATTRIBUTE(RouterNexthopInfo, via, Mpls::FibVia)
   VOX_ENTITY_COLL_ATTRIBUTE(RouterNexthopInfo, nexthopIpInfo, Mpls::FibVia, NexthopIpInfo)
+  VOX_ATTRIBUTES(via, nexthopIpInfo)
 };
 
 }  // namespace Mpls

@@ -11,6 +11,7 @@ namespace Mpls {
 class RouterNexthopInfoColl : public Vox::EntityBase<RouterNexthopInfoColl> {
  public:
   VOX_ENTITY_COLL_ATTRIBUTE(RouterNexthopInfoColl, routerNexthop, Mpls::RouterId, RouterNexthopInfo)
+  VOX_ATTRIBUTES(routerNexthop)
 };
 
 }  // namespace Mpls

@@ -1,663 +1,528 @@
 #include "tools/quill/TableView.h"
 
 #include <algorithm>
+#include <array>
 #include <cstddef>
 #include <functional>
+#include <type_traits>
+#include <utility>
 
+#include "platform/vox/Attribute.h"
 #include "tools/quill/JsonWriter.h"
 #include "tools/quill/TextForm.h"
 #include "tools/quill/TextTable.h"
 #include "tools/quill/ValueJson.h"
 
+// Every table is printed by walking its entities' attribute lists (VOX_ATTRIBUTES): nothing here
+// restates which attributes an entity has or how entities nest. What the tool adds is its own
+// vocabulary: per value type (Forms), per attribute (kShown) and, for a value map, what its value
+// shows as (ValueForm).
 namespace QuillTool {
 
 namespace {
 
-// "1 route", "2 routes".
-std::string count(std::size_t n, std::string_view one, std::string_view many) {
-  return std::to_string(n) + " " + std::string(n == 1 ? one : many);
-}
+using Vox::AttributeKind;
+using Row = std::vector<std::string>;
+using Rows = std::vector<Row>;
 
-// The cell of an optional or empty value.
+// The cell of an empty value, and of every column an entry with no members leaves empty.
 constexpr std::string_view kNone = "-";
 
 std::string cell(std::string text) {
   return text.empty() ? std::string(kNone) : text;
 }
 
-template <class T>
-std::string joined(const std::vector<T>& values) {
-  std::string text;
-  for (const T& value : values) {
-    if (!text.empty()) text += ',';
-    text += textOf(value);
+Row emptyCells(std::size_t columns) {
+  return Row(columns, std::string(kNone));
+}
+
+// The tool's forms of the value types: the human cells a value fills, a set's element in JSON,
+// and the members of the object a key opens (a label keys only the LFIB).
+struct Forms {
+  template <class T>
+  static Row cells(const T& value) {
+    return {textOf(value)};
   }
-  return cell(text);
-}
-
-// Keys of an entity collection, in value order.
-template <class Key, class Member>
-std::vector<Key> sortedKeys(const Vox::EntityCollAttribute<Key, Member>& coll) {
-  std::vector<Key> keys;
-  keys.reserve(coll.size());
-  for (auto it = coll.begin(); it != coll.end(); ++it)
-    keys.push_back(it.key());
-  std::sort(keys.begin(), keys.end());
-  return keys;
-}
-
-template <class Key, class Value>
-std::vector<Key> sortedKeys(const Vox::ValueMapAttribute<Key, Value>& map) {
-  std::vector<Key> keys;
-  keys.reserve(map.size());
-  for (auto it = map.begin(); it != map.end(); ++it)
-    keys.push_back(it.key());
-  std::sort(keys.begin(), keys.end());
-  return keys;
-}
-
-// A via as two cells, next hop then interface.
-std::vector<std::string> viaCells(const Mpls::FibVia& via) {
-  return {textOf(via.hop()), cell(textOf(via.intfId()))};
-}
-
-std::vector<std::string> concat(std::vector<std::string> head,
-                                const std::vector<std::string>& tail) {
-  head.insert(head.end(), tail.begin(), tail.end());
-  return head;
-}
-
-// One row per via of a router's next-hop entry: next hop, interface and the addresses that
-// justify the via (empty when the writing stage keeps no justifications).
-std::vector<std::vector<std::string>> viaRows(const Mpls::RouterNexthopInfo& info) {
-  std::vector<Mpls::FibVia> vias = Vox::sortedValues(info.viaColl());
-  // A via present only among the justifications would break the entity's invariant; show it
-  // rather than hide it.
-  for (auto it = info.nexthopIpInfoColl().begin(); it != info.nexthopIpInfoColl().end(); ++it) {
-    if (!info.via(it.key())) vias.push_back(it.key());
+  static Row cells(Vela::IntfId intf) { return {cell(textOf(intf))}; }
+  static Row cells(const Mpls::FibVia& via) { return {textOf(via.hop()), cells(via.intfId())[0]}; }
+  static Row cells(const Mpls::ViaLabel& branch) {
+    Row row = cells(branch.via());
+    row.push_back(textOf(branch.label()));
+    return row;
   }
-  std::sort(vias.begin(), vias.end());
-  std::vector<std::vector<std::string>> rows;
-  for (const Mpls::FibVia& via : vias) {
-    const auto justification = info.nexthopIpInfo(via);
-    rows.push_back(concat(viaCells(via),
-                          {justification ? joined(Vox::sortedValues(justification->destIpColl()))
-                                         : std::string(kNone)}));
+  static Row cells(const Mpls::FecRouter& reason) {
+    return {textOf(reason.fwdEqvClass()), textOf(reason.routerId())};
   }
-  if (rows.empty()) rows.push_back({std::string(kNone), std::string(kNone), std::string(kNone)});
-  return rows;
-}
 
-const std::vector<std::string> kViaHeader{"NEXT HOP", "INTERFACE", "JUSTIFIED BY"};
-
-void printTitled(std::ostream& out, std::string_view name, const std::string& summary,
-                 const TextTable& table) {
-  out << name << ": " << summary << '\n';
-  table.print(out);
-  out << '\n';
-}
-
-void human(const Mpls::LabelForwardingInfoColl& lfib, std::string_view name, std::ostream& out) {
-  TextTable table({"LOCAL LABEL", "NEXT HOP", "INTERFACE", "OUT LABEL", "FEC", "PEER"});
-  std::size_t branches = 0;
-  for (const Vela::MplsLabel& label : sortedKeys(lfib.labelForwardingColl())) {
-    const auto entry = lfib.labelForwarding(label);
-    // ViaLabel orders by via, then label: branches read grouped by next hop.
-    for (const Mpls::ViaLabel& branch : sortedKeys(entry->forwardingInfoColl())) {
-      ++branches;
-      const auto info = entry->forwardingInfo(branch);
-      const std::vector<std::string> head =
-          concat(concat({textOf(label)}, viaCells(branch.via())), {textOf(branch.label())});
-      const std::vector<Mpls::FecRouter> reasons = Vox::sortedValues(info->fecRouterColl());
-      if (reasons.empty()) table.rowIs(concat(head, {std::string(kNone), std::string(kNone)}));
-      for (const Mpls::FecRouter& reason : reasons)
-        table.rowIs(concat(head, {textOf(reason.fwdEqvClass()), textOf(reason.routerId())}));
-    }
-  }
-  printTitled(out, name,
-              count(lfib.labelForwardings(), "local label", "local labels") + ", " +
-                  count(branches, "branch", "branches"),
-              table);
-}
-
-// FEC, label and filtered flag rows of one label binding table, after `lead` cells.
-void bindingRows(const Mpls::LabelBindingTable& table, const std::vector<std::string>& lead,
-                 TextTable& out) {
-  std::vector<Mpls::FwdEqvClass> fecs = sortedKeys(table.bindingColl());
-  for (const Mpls::FwdEqvClass& fec : sortedKeys(table.filteredFecColl())) {
-    if (!table.binding(fec)) fecs.push_back(fec);
-  }
-  std::sort(fecs.begin(), fecs.end());
-  if (fecs.empty() && !lead.empty()) {
-    out.rowIs(concat(lead, {std::string(kNone), std::string(kNone), std::string(kNone)}));
-  }
-  for (const Mpls::FwdEqvClass& fec : fecs) {
-    const bool* filtered = table.filteredFec(fec);
-    const std::string filteredText = filtered ? textOf(*filtered) : std::string(kNone);
-    const auto binding = table.binding(fec);
-    const std::vector<Vela::MplsLabel> labels =
-        binding ? Vox::sortedValues(binding->mplsLabelColl()) : std::vector<Vela::MplsLabel>{};
-    if (labels.empty()) {
-      out.rowIs(concat(lead, {textOf(fec), std::string(kNone), filteredText}));
-    }
-    for (const Vela::MplsLabel& label : labels)
-      out.rowIs(concat(lead, {textOf(fec), textOf(label), filteredText}));
-  }
-}
-
-void human(const Mpls::LabelBindingTable& coll, std::string_view name, std::ostream& out) {
-  TextTable table({"FEC", "LOCAL LABEL", "FILTERED"});
-  bindingRows(coll, {}, table);
-  printTitled(out, name, count(coll.bindings(), "binding", "bindings"), table);
-}
-
-void human(const Mpls::LabelBindingTableColl& coll, std::string_view name, std::ostream& out) {
-  TextTable table({"PEER", "FEC", "PEER LABEL", "FILTERED"});
-  for (const Mpls::RouterId& routerId : sortedKeys(coll.bindingTableColl()))
-    bindingRows(*coll.bindingTable(routerId), {textOf(routerId)}, table);
-  printTitled(out, name, count(coll.bindingTables(), "peer table", "peer tables"), table);
-}
-
-void human(const Mpls::FecRouterLabelInfoColl& coll, std::string_view name, std::ostream& out) {
-  TextTable table({"FEC", "PEER", "PEER LABEL"});
-  for (const Mpls::FwdEqvClass& fec : sortedKeys(coll.fecRouterLabelColl())) {
-    const auto perFec = coll.fecRouterLabel(fec);
-    for (const Mpls::RouterId& routerId : sortedKeys(perFec->routerLabelInfoColl())) {
-      const std::string labels =
-          joined(Vox::sortedValues(perFec->routerLabelInfo(routerId)->routerLabelColl()));
-      table.rowIs({textOf(fec), textOf(routerId), labels});
-    }
-  }
-  printTitled(out, name, count(coll.fecRouterLabels(), "FEC", "FECs"), table);
-}
-
-// Router -> address sets (transport or interface addresses).
-void human(const Mpls::RouterIpAddrInfoColl& coll, std::string_view name, std::ostream& out) {
-  TextTable table({"ROUTER", "ADDRESS"});
-  for (const Mpls::RouterId& routerId : sortedKeys(coll.routerIpAddrColl())) {
-    const std::vector<Vela::IpGenAddr> addresses =
-        Vox::sortedValues(coll.routerIpAddr(routerId)->ipAddrColl());
-    if (addresses.empty()) table.rowIs({textOf(routerId), std::string(kNone)});
-    for (const Vela::IpGenAddr& address : addresses)
-      table.rowIs({textOf(routerId), textOf(address)});
-  }
-  printTitled(out, name, count(coll.routerIpAddrs(), "router", "routers"), table);
-}
-
-void human(const Mpls::IpAddrRouterIdInfoColl& coll, std::string_view name, std::ostream& out) {
-  TextTable table({"ADDRESS", "ROUTER"});
-  for (const Vela::IpGenAddr& address : sortedKeys(coll.ipAddrRouterIdColl())) {
-    const std::vector<Mpls::RouterId> routers =
-        Vox::sortedValues(coll.ipAddrRouterId(address)->routerIdColl());
-    if (routers.empty()) table.rowIs({textOf(address), std::string(kNone)});
-    for (const Mpls::RouterId& routerId : routers)
-      table.rowIs({textOf(address), textOf(routerId)});
-  }
-  printTitled(out, name, count(coll.ipAddrRouterIds(), "address", "addresses"), table);
-}
-
-// Rows of "lead cells, next hop, interface" for a via set.
-void viaSetRows(const Vox::KeyedSet<Mpls::FibVia>& vias, const std::vector<std::string>& lead,
-                TextTable& table) {
-  const std::vector<Mpls::FibVia> sortedVias = Vox::sortedValues(vias);
-  if (sortedVias.empty()) table.rowIs(concat(lead, {std::string(kNone), std::string(kNone)}));
-  for (const Mpls::FibVia& via : sortedVias)
-    table.rowIs(concat(lead, viaCells(via)));
-}
-
-void human(const Mpls::IpNexthopInfoColl& coll, std::string_view name, std::ostream& out) {
-  TextTable table({"ADDRESS", "NEXT HOP", "INTERFACE"});
-  for (const Vela::IpGenAddr& address : sortedKeys(coll.ipNexthopColl()))
-    viaSetRows(coll.ipNexthop(address)->viaColl(), {textOf(address)}, table);
-  printTitled(out, name, count(coll.ipNexthops(), "address", "addresses"), table);
-}
-
-void human(const Mpls::RouterNexthopInfoColl& coll, std::string_view name, std::ostream& out) {
-  TextTable table(concat({"ROUTER"}, kViaHeader));
-  for (const Mpls::RouterId& routerId : sortedKeys(coll.routerNexthopColl())) {
-    for (auto& row : viaRows(*coll.routerNexthop(routerId)))
-      table.rowIs(concat({textOf(routerId)}, row));
-  }
-  printTitled(out, name, count(coll.routerNexthops(), "router", "routers"), table);
-}
-
-void human(const Mpls::IntfRouterNexthopInfoColl& coll, std::string_view name, std::ostream& out) {
-  TextTable table(concat({"OUT INTF", "ROUTER"}, kViaHeader));
-  for (const Vela::IntfId& intf : sortedKeys(coll.intfRouterNexthopColl())) {
-    const auto perIntf = coll.intfRouterNexthop(intf);
-    const auto routers = sortedKeys(perIntf->routerNexthopInfoColl());
-    if (routers.empty()) {
-      table.rowIs(concat({cell(textOf(intf)), std::string(kNone)},
-                         {std::string(kNone), std::string(kNone), std::string(kNone)}));
-    }
-    for (const Mpls::RouterId& routerId : routers) {
-      for (auto& row : viaRows(*perIntf->routerNexthopInfo(routerId)))
-        table.rowIs(concat({cell(textOf(intf)), textOf(routerId)}, row));
-    }
-  }
-  printTitled(out, name, count(coll.intfRouterNexthops(), "interface", "interfaces"), table);
-}
-
-void human(const Mpls::MplsIntfColl& coll, std::string_view name, std::ostream& out) {
-  TextTable table({"INTERFACE"});
-  for (const Vela::IntfId& intf : Vox::sortedValues(coll.intfIdColl()))
-    table.rowIs({cell(textOf(intf))});
-  printTitled(out, name, count(coll.intfIds(), "interface", "interfaces"), table);
-}
-
-void human(const Mpls::RouterIpNexthopInfoColl& coll, std::string_view name, std::ostream& out) {
-  TextTable table({"ROUTER", "HOP ADDRESS", "NEXT HOP", "INTERFACE"});
-  for (const Mpls::RouterId& routerId : sortedKeys(coll.routerIpNexthopColl())) {
-    const auto perRouter = coll.routerIpNexthop(routerId);
-    const auto hops = sortedKeys(perRouter->ipNexthopInfoColl());
-    if (hops.empty()) {
-      table.rowIs({textOf(routerId), std::string(kNone), std::string(kNone), std::string(kNone)});
-    }
-    for (const Vela::IpGenAddr& hop : hops) {
-      viaSetRows(perRouter->ipNexthopInfo(hop)->viaColl(), {textOf(routerId), textOf(hop)}, table);
-    }
-  }
-  printTitled(out, name, count(coll.routerIpNexthops(), "router", "routers"), table);
-}
-
-void human(const Mpls::FecRouterNexthopInfoColl& coll, std::string_view name, std::ostream& out) {
-  TextTable table(concat({"FEC", "PEER"}, kViaHeader));
-  for (const Mpls::FwdEqvClass& fec : sortedKeys(coll.fecRouterNexthopColl())) {
-    const auto perFec = coll.fecRouterNexthop(fec);
-    for (const Mpls::RouterId& routerId : sortedKeys(perFec->routerNexthopInfoColl())) {
-      for (auto& row : viaRows(*perFec->routerNexthopInfo(routerId)))
-        table.rowIs(concat({textOf(fec), textOf(routerId)}, row));
-    }
-  }
-  printTitled(out, name, count(coll.fecRouterNexthops(), "FEC", "FECs"), table);
-}
-
-void humanNexthopConfig(const Sim::Agent& agent, std::string_view name, std::ostream& out) {
-  TextTable table({"ADDRESS", "DEFAULT ROUTE"});
-  const auto& config = *agent.nexthopConfig();
-  for (const Vela::IpGenAddr& address : sortedKeys(config.nexthopColl())) {
-    table.rowIs({textOf(address),
-                 config.nexthop(address)->allowDefaultRoute() ? "allowed" : "not allowed"});
-  }
-  printTitled(out, name, count(config.nexthops(), "request", "requests"), table);
-}
-
-std::string routeTypeText(Routing::RouteType type) {
-  switch (type) {
-    case Routing::RouteType::none:
-      return "none";
-    case Routing::RouteType::staticRoute:
-      return "static";
-    case Routing::RouteType::ospf:
-      return "ospf";
-    case Routing::RouteType::isis:
-      return "isis";
-    case Routing::RouteType::bgp:
-      return "bgp";
-    case Routing::RouteType::connected:
-      return "connected";
-  }
-  return std::to_string(static_cast<unsigned>(type));
-}
-
-void humanNexthopStatus(const Sim::Agent& agent, std::string_view name, std::ostream& out) {
-  TextTable table({"ADDRESS", "ROUTE", "ROUTE TYPE", "FIB FEC"});
-  const auto& status = *agent.nexthopStatus();
-  const auto& answers = agent.resolution().answers();
-  for (const Vela::IpGenAddr& address : sortedKeys(status.nexthopColl())) {
-    const Routing::NexthopStatusEntry& entry = *status.nexthop(address);
-    const auto answer = answers.find(address);
-    table.rowIs({textOf(address),
-                 answer == answers.end() ? std::string(kNone) : textOf(answer->second),
-                 routeTypeText(entry.routeType()), textOf(entry.fecId())});
-  }
-  printTitled(out, name, count(status.nexthops(), "answer", "answers"), table);
-}
-
-std::string notifiedLabelText(Vela::MplsLabel label) {
-  // The publisher's way of saying "no usable label".
-  return label.value() == Vela::MplsLabel::kOutOfRange ? "none" : textOf(label);
-}
-
-void humanNotifier(const Mpls::LabelBindingTableColl& tables, std::string_view name,
-                   std::ostream& out) {
-  TextTable table({"PEER", "FEC", "LAST LABEL"});
-  for (const Mpls::RouterId& routerId : sortedKeys(tables.bindingTableColl())) {
-    const auto& channel = tables.bindingTable(routerId)->notifierColl();
-    for (const Mpls::FwdEqvClass& fec : sortedKeys(channel))
-      table.rowIs({textOf(routerId), textOf(fec), notifiedLabelText(*channel.find(fec))});
-  }
-  printTitled(out, name, count(tables.bindingTables(), "peer table", "peer tables"), table);
-}
-
-// The JSON forms. Every table prints one object: "table", the name it was shown by, then its
-// content as arrays of objects that nest as the collection's entities do. Arrays are in value
-// order, as the human rows are. docs/show-json.schema.json describes every table's shape.
-
-// The member `name`: an array of `items`, each written by `each`.
-template <class Items, class Each>
-void jsonArray(JsonWriter& json, std::string_view name, const Items& items, Each each) {
-  json.key(name);
-  json.beginArray();
-  for (const auto& item : items)
-    each(item);
-  json.endArray();
-}
-
-void jsonLabels(JsonWriter& json, const Vox::KeyedSet<Vela::MplsLabel>& labels) {
-  jsonArray(json, "labels", Vox::sortedValues(labels),
-            [&](const Vela::MplsLabel& label) { writeLabel(json, label); });
-}
-
-void jsonAddresses(JsonWriter& json, const Vox::KeyedSet<Vela::IpGenAddr>& addresses) {
-  jsonArray(json, "addresses", Vox::sortedValues(addresses),
-            [&](const Vela::IpGenAddr& address) { writeAddress(json, address); });
-}
-
-void jsonVias(JsonWriter& json, const Vox::KeyedSet<Mpls::FibVia>& vias) {
-  jsonArray(json, "next-hops", Vox::sortedValues(vias),
-            [&](const Mpls::FibVia& via) { writeVia(json, via); });
-}
-
-void json(const Mpls::LabelForwardingInfoColl& lfib, JsonWriter& json) {
-  jsonArray(json, "local-labels", sortedKeys(lfib.labelForwardingColl()),
-            [&](const Vela::MplsLabel& label) {
-              const auto entry = lfib.labelForwarding(label);
-              json.beginObject();
-              json.key("local-label");
-              writeLabel(json, label);
-              jsonArray(json, "branches", sortedKeys(entry->forwardingInfoColl()),
-                        [&](const Mpls::ViaLabel& branch) {
-                          json.beginObject();
-                          writeViaMembers(json, branch.via());
-                          json.key("out-label");
-                          writeLabel(json, branch.label());
-                          jsonArray(
-                              json, "justifications",
-                              Vox::sortedValues(entry->forwardingInfo(branch)->fecRouterColl()),
-                              [&](const Mpls::FecRouter& reason) {
-                                json.beginObject();
-                                json.key("fec");
-                                writeFec(json, reason.fwdEqvClass());
-                                json.key("peer");
-                                writePeer(json, reason.routerId());
-                                json.endObject();
-                              });
-                          json.endObject();
-                        });
-              json.endObject();
-            });
-}
-
-// The members of one label binding table: its FECs' labels, then its filtered FECs.
-void jsonBindingMembers(const Mpls::LabelBindingTable& table, JsonWriter& json) {
-  jsonArray(json, "bindings", sortedKeys(table.bindingColl()), [&](const Mpls::FwdEqvClass& fec) {
+  static void element(JsonWriter& json, Vela::MplsLabel label) { writeLabel(json, label); }
+  static void element(JsonWriter& json, const Vela::IpGenAddr& addr) { writeAddress(json, addr); }
+  static void element(JsonWriter& json, Vela::IntfId intf) { writeInterface(json, intf); }
+  static void element(JsonWriter& json, const Mpls::RouterId& peer) { writePeer(json, peer); }
+  static void element(JsonWriter& json, const Mpls::FwdEqvClass& fec) { writeFec(json, fec); }
+  template <class T>
+  static void element(JsonWriter& json, const T& composite) {
     json.beginObject();
-    json.key("fec");
-    writeFec(json, fec);
-    jsonLabels(json, table.binding(fec)->mplsLabelColl());
+    keyMembers(json, composite);
     json.endObject();
-  });
-  jsonArray(json, "filtered-fecs", sortedKeys(table.filteredFecColl()),
-            [&](const Mpls::FwdEqvClass& fec) {
-              json.beginObject();
-              json.key("fec");
-              writeFec(json, fec);
-              json.key("filtered");
-              json.boolean(*table.filteredFec(fec));
-              json.endObject();
-            });
+  }
+
+  static std::string_view keyName(Vela::MplsLabel) { return "local-label"; }
+  static std::string_view keyName(const Vela::IpGenAddr&) { return "address"; }
+  static std::string_view keyName(Vela::IntfId) { return "interface"; }
+  static std::string_view keyName(const Mpls::RouterId&) { return "peer"; }
+  static std::string_view keyName(const Mpls::FwdEqvClass&) { return "fec"; }
+  template <class T>
+  static void keyMembers(JsonWriter& json, const T& plain) {
+    json.key(keyName(plain));
+    element(json, plain);
+  }
+  static void keyMembers(JsonWriter& json, const Mpls::FibVia& via) { writeViaMembers(json, via); }
+  static void keyMembers(JsonWriter& json, const Mpls::ViaLabel& branch) {
+    writeViaMembers(json, branch.via());
+    json.key("out-label");
+    writeLabel(json, branch.label());
+  }
+  static void keyMembers(JsonWriter& json, const Mpls::FecRouter& reason) {
+    keyMembers(json, reason.fwdEqvClass());
+    keyMembers(json, reason.routerId());
+  }
+};
+
+// How the tool shows one attribute.
+enum ShownFlags : unsigned {
+  // Counted in the title (as a table's first attribute always is), summed over the entries of the
+  // table's first attribute: the LFIB's branches.
+  kCounted = 1,
+  // A set shown as one comma-separated cell rather than a row per element.
+  kJoined = 2,
+  // An entry whose attribute is empty shows no row rather than a row of "-": a local label
+  // without branches, a FEC without peers, a peer table that announced nothing.
+  kHideEmpty = 4,
+  // A notification channel: not the entity's content, shown only by a table of channels.
+  kChannel = 8,
+};
+struct Shown {
+  const Vox::AttributeInfo* attr;
+  std::string_view json;                    // the member holding the attribute's array
+  std::array<std::string_view, 3> columns;  // the human headers of its key's cells
+  std::array<std::string_view, 2> nouns;    // what the title counts its keys as: one, many
+  unsigned flags;
+};
+
+template <class Attr>
+constexpr Shown named(std::string_view json, std::array<std::string_view, 3> columns,
+                      std::array<std::string_view, 2> nouns = {}, unsigned flags = 0) {
+  return {&Attr::info, json, columns, nouns, flags};
 }
 
-void json(const Mpls::LabelBindingTable& coll, JsonWriter& json) {
-  jsonBindingMembers(coll, json);
+constexpr Shown kShown[] = {
+    named<Mpls::LabelForwardingInfoColl::labelForwardingAttribute>("local-labels", {"LOCAL LABEL"},
+                                                                   {"local label", "local labels"}),
+    named<Mpls::LabelForwardingInfo::forwardingInfoAttribute>(
+        "branches", {"NEXT HOP", "INTERFACE", "OUT LABEL"}, {"branch", "branches"},
+        kCounted | kHideEmpty),
+    named<Mpls::ForwardingInfo::fecRouterAttribute>("justifications", {"FEC", "PEER"}),
+    named<Mpls::LabelBindingTable::bindingAttribute>("bindings", {"FEC"}, {"binding", "bindings"}),
+    named<Mpls::FecLabelSet::mplsLabelAttribute>("labels", {"PEER LABEL"}),
+    named<Mpls::LabelBindingTable::filteredFecAttribute>("filtered-fecs", {"FEC"}),
+    named<Mpls::LabelBindingTable::notifierAttribute>("fecs", {"FEC"}, {}, kHideEmpty | kChannel),
+    named<Mpls::LabelBindingTableColl::bindingTableAttribute>("peers", {"PEER"},
+                                                              {"peer table", "peer tables"}),
+    named<Mpls::FecRouterLabelInfoColl::fecRouterLabelAttribute>("fecs", {"FEC"}, {"FEC", "FECs"}),
+    named<Mpls::FecRouterLabelInfo::routerLabelInfoAttribute>("peers", {"PEER"}, {}, kHideEmpty),
+    named<Mpls::RouterLabelInfo::routerLabelAttribute>("labels", {"PEER LABEL"}, {}, kJoined),
+    named<Mpls::RouterIpAddrInfoColl::routerIpAddrAttribute>("peers", {"ROUTER"},
+                                                             {"router", "routers"}),
+    named<Mpls::RouterIpAddrInfo::ipAddrAttribute>("addresses", {"ADDRESS"}),
+    named<Mpls::IpAddrRouterIdInfoColl::ipAddrRouterIdAttribute>("addresses", {"ADDRESS"},
+                                                                 {"address", "addresses"}),
+    named<Mpls::IpAddrRouterIdInfo::routerIdAttribute>("peers", {"ROUTER"}),
+    named<Mpls::IpNexthopInfoColl::ipNexthopAttribute>("addresses", {"ADDRESS"},
+                                                       {"address", "addresses"}),
+    named<Mpls::IpNexthopInfo::viaAttribute>("next-hops", {"NEXT HOP", "INTERFACE"}),
+    named<Mpls::RouterNexthopInfoColl::routerNexthopAttribute>("peers", {"ROUTER"},
+                                                               {"router", "routers"}),
+    named<Mpls::RouterNexthopInfo::viaAttribute>("next-hops", {"NEXT HOP", "INTERFACE"}),
+    // Its key columns are those of `via`, beside which it is shown.
+    named<Mpls::RouterNexthopInfo::nexthopIpInfoAttribute>("next-hop-justifications", {}),
+    named<Mpls::NexthopIpInfo::destIpAttribute>("addresses", {"JUSTIFIED BY"}, {}, kJoined),
+    named<Mpls::IntfRouterNexthopInfoColl::intfRouterNexthopAttribute>("interfaces", {"OUT INTF"},
+                                                                       {"interface", "interfaces"}),
+    named<Mpls::IntfRouterNexthopInfo::routerNexthopInfoAttribute>("peers", {"ROUTER"}),
+    named<Mpls::MplsIntfColl::intfIdAttribute>("interfaces", {"INTERFACE"},
+                                               {"interface", "interfaces"}),
+    named<Mpls::RouterIpNexthopInfoColl::routerIpNexthopAttribute>("peers", {"ROUTER"},
+                                                                   {"router", "routers"}),
+    named<Mpls::RouterIpNexthopInfo::ipNexthopInfoAttribute>("hop-addresses", {"HOP ADDRESS"}),
+    named<Mpls::FecRouterNexthopInfoColl::fecRouterNexthopAttribute>("fecs", {"FEC"},
+                                                                     {"FEC", "FECs"}),
+    named<Mpls::FecRouterNexthopInfo::routerNexthopInfoAttribute>("peers", {"PEER"}, {},
+                                                                  kHideEmpty),
+    named<Routing::NexthopVrfConfig::nexthopAttribute>("requests", {"ADDRESS"},
+                                                       {"request", "requests"}),
+    named<Routing::NexthopVrfStatus::nexthopAttribute>("answers", {"ADDRESS"},
+                                                       {"answer", "answers"}),
+};
+
+// The local table's labels are this router's own.
+constexpr Shown kLocalLabels =
+    named<Mpls::FecLabelSet::mplsLabelAttribute>("labels", {"LOCAL LABEL"});
+
+// How `Attr` shows in the table of `Root`; an attribute missing from kShown does not compile.
+template <class Attr, class Root>
+constexpr const Shown& shown() {
+  if constexpr (std::is_same_v<Attr, Mpls::FecLabelSet::mplsLabelAttribute> &&
+                std::is_same_v<Root, Mpls::LabelBindingTable>) {
+    return kLocalLabels;
+  }
+  for (const Shown& each : kShown) {
+    if (each.attr == &Attr::info) return each;
+  }
+  throw "an attribute the tool shows has a row in kShown";
 }
 
-void json(const Mpls::LabelBindingTableColl& coll, JsonWriter& json) {
-  const auto& tables = coll;
-  jsonArray(json, "peers", sortedKeys(tables.bindingTableColl()),
-            [&](const Mpls::RouterId& routerId) {
-              json.beginObject();
-              json.key("peer");
-              writePeer(json, routerId);
-              jsonBindingMembers(*tables.bindingTable(routerId), json);
-              json.endObject();
-            });
-}
+// What a value map's value shows as: human cells under kColumns, and members of the key's object.
+// Both are given the agent and the key too, for a value that needs more than itself.
+template <class Attr>
+struct ValueForm;
 
-void json(const Mpls::FecRouterLabelInfoColl& coll, JsonWriter& json) {
-  jsonArray(json, "fecs", sortedKeys(coll.fecRouterLabelColl()), [&](const Mpls::FwdEqvClass& fec) {
-    const auto perFec = coll.fecRouterLabel(fec);
-    json.beginObject();
-    json.key("fec");
-    writeFec(json, fec);
-    jsonArray(json, "peers", sortedKeys(perFec->routerLabelInfoColl()),
-              [&](const Mpls::RouterId& routerId) {
-                json.beginObject();
-                json.key("peer");
-                writePeer(json, routerId);
-                jsonLabels(json, perFec->routerLabelInfo(routerId)->routerLabelColl());
-                json.endObject();
-              });
-    json.endObject();
-  });
-}
+template <>
+struct ValueForm<Mpls::LabelBindingTable::filteredFecAttribute> {
+  static constexpr std::array<std::string_view, 1> kColumns{"FILTERED"};
+  static Row cells(const auto&, const auto&, bool filtered) { return {textOf(filtered)}; }
+  static void json(JsonWriter& json, const auto&, const auto&, bool filtered) {
+    json.key("filtered");
+    json.boolean(filtered);
+  }
+};
 
-void json(const Mpls::RouterIpAddrInfoColl& coll, JsonWriter& json) {
-  jsonArray(json, "peers", sortedKeys(coll.routerIpAddrColl()),
-            [&](const Mpls::RouterId& routerId) {
-              json.beginObject();
-              json.key("peer");
-              writePeer(json, routerId);
-              jsonAddresses(json, coll.routerIpAddr(routerId)->ipAddrColl());
-              json.endObject();
-            });
-}
+// The out-of-range label is the publisher's "no usable label".
+template <>
+struct ValueForm<Mpls::LabelBindingTable::notifierAttribute> {
+  static constexpr std::array<std::string_view, 1> kColumns{"LAST LABEL"};
+  static Row cells(const auto&, const auto&, Vela::MplsLabel label) {
+    return {label.value() == Vela::MplsLabel::kOutOfRange ? "none" : textOf(label)};
+  }
+  static void json(JsonWriter& json, const auto&, const auto&, Vela::MplsLabel label) {
+    json.key("label");
+    writeAnnouncedLabel(json, label);
+  }
+};
 
-void json(const Mpls::IpAddrRouterIdInfoColl& coll, JsonWriter& json) {
-  jsonArray(json, "addresses", sortedKeys(coll.ipAddrRouterIdColl()),
-            [&](const Vela::IpGenAddr& address) {
-              json.beginObject();
-              json.key("address");
-              writeAddress(json, address);
-              jsonArray(json, "peers",
-                        Vox::sortedValues(coll.ipAddrRouterId(address)->routerIdColl()),
-                        [&](const Mpls::RouterId& routerId) { writePeer(json, routerId); });
-              json.endObject();
-            });
-}
+template <>
+struct ValueForm<Routing::NexthopVrfConfig::nexthopAttribute> {
+  static constexpr std::array<std::string_view, 1> kColumns{"DEFAULT ROUTE"};
+  static Row cells(const auto&, const auto&, const Routing::NexthopConfigEntry& request) {
+    return {request.allowDefaultRoute() ? "allowed" : "not allowed"};
+  }
+  static void json(JsonWriter& json, const auto&, const auto&,
+                   const Routing::NexthopConfigEntry& request) {
+    json.key("allow-default-route");
+    json.boolean(request.allowDefaultRoute());
+  }
+};
 
-void json(const Mpls::IpNexthopInfoColl& coll, JsonWriter& json) {
-  jsonArray(json, "addresses", sortedKeys(coll.ipNexthopColl()),
-            [&](const Vela::IpGenAddr& address) {
-              json.beginObject();
-              json.key("address");
-              writeAddress(json, address);
-              jsonVias(json, coll.ipNexthop(address)->viaColl());
-              json.endObject();
-            });
-}
-
-// A peer's next hops, then the destination addresses that justify each of them (kept only by
-// the hand-written router next-hop stage; an empty array otherwise).
-void jsonRouterNexthopMembers(const Mpls::RouterNexthopInfo& info, JsonWriter& json) {
-  jsonVias(json, info.viaColl());
-  jsonArray(json, "next-hop-justifications", sortedKeys(info.nexthopIpInfoColl()),
-            [&](const Mpls::FibVia& via) {
-              json.beginObject();
-              writeViaMembers(json, via);
-              jsonAddresses(json, info.nexthopIpInfo(via)->destIpColl());
-              json.endObject();
-            });
-}
-
-void json(const Mpls::RouterNexthopInfoColl& coll, JsonWriter& json) {
-  jsonArray(json, "peers", sortedKeys(coll.routerNexthopColl()),
-            [&](const Mpls::RouterId& routerId) {
-              json.beginObject();
-              json.key("peer");
-              writePeer(json, routerId);
-              jsonRouterNexthopMembers(*coll.routerNexthop(routerId), json);
-              json.endObject();
-            });
-}
-
-void json(const Mpls::IntfRouterNexthopInfoColl& coll, JsonWriter& json) {
-  jsonArray(json, "interfaces", sortedKeys(coll.intfRouterNexthopColl()),
-            [&](const Vela::IntfId& intf) {
-              const auto perIntf = coll.intfRouterNexthop(intf);
-              json.beginObject();
-              json.key("interface");
-              writeInterface(json, intf);
-              jsonArray(json, "peers", sortedKeys(perIntf->routerNexthopInfoColl()),
-                        [&](const Mpls::RouterId& routerId) {
-                          json.beginObject();
-                          json.key("peer");
-                          writePeer(json, routerId);
-                          jsonRouterNexthopMembers(*perIntf->routerNexthopInfo(routerId), json);
-                          json.endObject();
-                        });
-              json.endObject();
-            });
-}
-
-void json(const Mpls::MplsIntfColl& coll, JsonWriter& json) {
-  jsonArray(json, "interfaces", Vox::sortedValues(coll.intfIdColl()),
-            [&](const Vela::IntfId& intf) { writeInterface(json, intf); });
-}
-
-void json(const Mpls::RouterIpNexthopInfoColl& coll, JsonWriter& json) {
-  jsonArray(json, "peers", sortedKeys(coll.routerIpNexthopColl()),
-            [&](const Mpls::RouterId& routerId) {
-              const auto perRouter = coll.routerIpNexthop(routerId);
-              json.beginObject();
-              json.key("peer");
-              writePeer(json, routerId);
-              jsonArray(json, "hop-addresses", sortedKeys(perRouter->ipNexthopInfoColl()),
-                        [&](const Vela::IpGenAddr& hop) {
-                          json.beginObject();
-                          json.key("address");
-                          writeAddress(json, hop);
-                          jsonVias(json, perRouter->ipNexthopInfo(hop)->viaColl());
-                          json.endObject();
-                        });
-              json.endObject();
-            });
-}
-
-void json(const Mpls::FecRouterNexthopInfoColl& coll, JsonWriter& json) {
-  jsonArray(json, "fecs", sortedKeys(coll.fecRouterNexthopColl()),
-            [&](const Mpls::FwdEqvClass& fec) {
-              const auto perFec = coll.fecRouterNexthop(fec);
-              json.beginObject();
-              json.key("fec");
-              writeFec(json, fec);
-              jsonArray(json, "peers", sortedKeys(perFec->routerNexthopInfoColl()),
-                        [&](const Mpls::RouterId& routerId) {
-                          json.beginObject();
-                          json.key("peer");
-                          writePeer(json, routerId);
-                          jsonRouterNexthopMembers(*perFec->routerNexthopInfo(routerId), json);
-                          json.endObject();
-                        });
-              json.endObject();
-            });
-}
-
-void jsonNexthopConfig(const Sim::Agent& agent, JsonWriter& json) {
-  const auto& config = *agent.nexthopConfig();
-  jsonArray(json, "requests", sortedKeys(config.nexthopColl()),
-            [&](const Vela::IpGenAddr& address) {
-              json.beginObject();
-              json.key("address");
-              writeAddress(json, address);
-              json.key("allow-default-route");
-              json.boolean(config.nexthop(address)->allowDefaultRoute());
-              json.endObject();
-            });
-}
-
-void jsonNexthopStatus(const Sim::Agent& agent, JsonWriter& json) {
-  const auto& status = *agent.nexthopStatus();
-  const auto& answers = agent.resolution().answers();
-  jsonArray(json, "answers", sortedKeys(status.nexthopColl()), [&](const Vela::IpGenAddr& address) {
-    const Routing::NexthopStatusEntry& entry = *status.nexthop(address);
-    const auto answer = answers.find(address);
-    json.beginObject();
-    json.key("address");
-    writeAddress(json, address);
+// The resolving route is the simulated service's own record, which the answer does not carry.
+template <>
+struct ValueForm<Routing::NexthopVrfStatus::nexthopAttribute> {
+  static constexpr std::array<std::string_view, 3> kColumns{"ROUTE", "ROUTE TYPE", "FIB FEC"};
+  static std::string routeText(const Sim::Agent& agent, const Vela::IpGenAddr& address) {
+    const auto answer = agent.resolution().answers().find(address);
+    return answer == agent.resolution().answers().end() ? "" : textOf(answer->second);
+  }
+  static std::string typeText(Routing::RouteType type) {
+    switch (type) {
+      case Routing::RouteType::none:
+        return "none";
+      case Routing::RouteType::staticRoute:
+        return "static";
+      case Routing::RouteType::ospf:
+        return "ospf";
+      case Routing::RouteType::isis:
+        return "isis";
+      case Routing::RouteType::bgp:
+        return "bgp";
+      case Routing::RouteType::connected:
+        return "connected";
+    }
+    return std::to_string(static_cast<unsigned>(type));
+  }
+  static Row cells(const Sim::Agent& agent, const Vela::IpGenAddr& address,
+                   const Routing::NexthopStatusEntry& entry) {
+    return {cell(routeText(agent, address)), typeText(entry.routeType()), textOf(entry.fecId())};
+  }
+  static void json(JsonWriter& json, const Sim::Agent& agent, const Vela::IpGenAddr& address,
+                   const Routing::NexthopStatusEntry& entry) {
+    const std::string route = routeText(agent, address);
     json.key("route");
-    if (answer == answers.end()) {
+    if (route.empty()) {
       json.null();
     } else {
-      json.string(textOf(answer->second));
+      json.string(route);
     }
     json.key("route-type");
-    json.string(routeTypeText(entry.routeType()));
+    json.string(typeText(entry.routeType()));
     json.key("fib-fec");
     json.number(entry.fecId().value());
-    json.endObject();
-  });
+  }
+};
+
+template <class Attr>
+std::vector<typename Attr::Key> sortedKeys(const typename Attr::OwnerType& entity) {
+  std::vector<typename Attr::Key> keys;
+  Vox::forEachKeyOf<Attr>(entity, [&](const typename Attr::Key& key) { keys.push_back(key); });
+  std::sort(keys.begin(), keys.end());
+  return keys;
 }
 
-void jsonNotifier(const Mpls::LabelBindingTableColl& tables, JsonWriter& json) {
-  jsonArray(json, "peers", sortedKeys(tables.bindingTableColl()),
-            [&](const Mpls::RouterId& routerId) {
-              const auto& channel = tables.bindingTable(routerId)->notifierColl();
-              json.beginObject();
-              json.key("peer");
-              writePeer(json, routerId);
-              jsonArray(json, "fecs", sortedKeys(channel), [&](const Mpls::FwdEqvClass& fec) {
-                json.beginObject();
-                json.key("fec");
-                writeFec(json, fec);
-                json.key("label");
-                writeAnnouncedLabel(json, *channel.find(fec));
-                json.endObject();
-              });
-              json.endObject();
-            });
+// Whether `Attr` is, or holds entities that hold, a notification channel.
+template <class Attr>
+constexpr bool leadsToChannel() {
+  bool found = shown<Attr, void>().flags & kChannel;
+  if constexpr (Attr::kind == AttributeKind::kEntityColl) {
+    Vox::forEachAttribute<typename Attr::Member>(
+        [&](auto member) { found = found || leadsToChannel<decltype(member)>(); });
+  }
+  return found;
+}
+
+// One table: the entities below `Root`, their content or (Channels) their notification channels.
+template <class Root, bool Channels>
+class View {
+ public:
+  View(const Sim::Agent& agent, const Root& root) : agent_(agent), root_(root) {}
+
+  // The title with its counts, the rows, a blank line.
+  void print(std::string_view name, std::ostream& out) {
+    TextTable table(columns<Root>());
+    for (Row& row : rows(root_, true))
+      table.rowIs(std::move(row));
+    out << name << ": " << title() << '\n';
+    table.print(out);
+    out << '\n';
+  }
+
+  // The root's attributes as members of the table's object, nested as the entities are.
+  void writeJson(JsonWriter& json) { writeContent(json, root_); }
+
+ private:
+  template <class Entity>
+  using KeyOf = typename std::tuple_element_t<0, typename Entity::Attributes>::Key;
+
+  template <class Attr>
+  static constexpr const Shown& names() {
+    return shown<Attr, Root>();
+  }
+
+  // Calls `visit(attr)` for each attribute of `Entity` this table shows.
+  template <class Entity, class Visit>
+  static void forEachShown(Visit&& visit) {
+    Vox::forEachAttribute<Entity>([&](auto attr) {
+      using Attr = decltype(attr);
+      if constexpr (Channels ? leadsToChannel<Attr>() : !(names<Attr>().flags & kChannel)) {
+        static_assert(Attr::kind != AttributeKind::kValue, "no table shows a single value yet");
+        static_assert(std::is_same_v<typename Attr::Key, KeyOf<Entity>>,
+                      "the attributes of one entity are shown side by side, by their common key");
+        visit(attr);
+      }
+    });
+  }
+
+  // "N nouns" for the table's first attribute, then for each attribute of its members that is
+  // counted, over all of them.
+  std::string title() const {
+    const auto count = [](std::size_t n, const Shown& shown) {
+      return std::to_string(n) + " " + std::string(shown.nouns[n == 1 ? 0 : 1]);
+    };
+    std::string text;
+    forEachShown<Root>([&](auto top) {
+      using Top = decltype(top);
+      if (!text.empty()) return;
+      text = count(Top::of(root_).size(), names<Top>());
+      if constexpr (Top::kind == AttributeKind::kEntityColl) {
+        forEachShown<typename Top::Member>([&](auto attr) {
+          using Attr = decltype(attr);
+          if (!(names<Attr>().flags & kCounted)) return;
+          std::size_t n = 0;
+          for (const auto& [key, member] : Top::of(root_))
+            n += Attr::of(member).size();
+          text += ", " + count(n, names<Attr>());
+        });
+      }
+    });
+    return text;
+  }
+
+  // The headers of the columns an entity's rows fill: its key's, once, then each attribute's.
+  template <class Entity>
+  static Row columns() {
+    Row headers;
+    bool first = true;
+    forEachShown<Entity>([&](auto attr) {
+      using Attr = decltype(attr);
+      const Shown& shown = names<Attr>();
+      if (std::exchange(first, false)) {
+        for (const std::string_view header : shown.columns) {
+          if (!header.empty()) headers.emplace_back(header);
+        }
+      }
+      if constexpr (Attr::kind == AttributeKind::kEntityColl) {
+        for (std::string& header : columns<typename Attr::Member>())
+          headers.push_back(std::move(header));
+      } else if constexpr (Attr::kind == AttributeKind::kValueMap) {
+        headers.insert(headers.end(), ValueForm<Attr>::kColumns.begin(),
+                       ValueForm<Attr>::kColumns.end());
+      }
+    });
+    return headers;
+  }
+
+  // The rows of an entity: one per key of its attributes (attributes that share their keys, as
+  // a router's vias and their justifications do, side by side), each the key's cells followed by
+  // what every attribute holds under the key. An entry without members shows one row of "-",
+  // and a joined set, one cell.
+  template <class Entity>
+  Rows rows(const Entity& entity, bool top) {
+    std::vector<KeyOf<Entity>> keys;
+    bool hideEmpty = top, joined = false;
+    forEachShown<Entity>([&](auto attr) {
+      using Attr = decltype(attr);
+      const Shown& shown = names<Attr>();
+      hideEmpty = hideEmpty || shown.flags & kHideEmpty;
+      joined = joined || shown.flags & kJoined;
+      Vox::forEachKeyOf<Attr>(entity, [&](const KeyOf<Entity>& key) { keys.push_back(key); });
+    });
+    std::sort(keys.begin(), keys.end());
+    keys.erase(std::unique(keys.begin(), keys.end()), keys.end());
+    if (joined) {
+      std::string text;
+      for (const KeyOf<Entity>& key : keys)
+        text += (text.empty() ? "" : ",") + textOf(key);
+      return {{cell(text)}};
+    }
+    if (keys.empty()) {
+      return hideEmpty ? Rows{} : Rows{emptyCells(columns<Entity>().size())};
+    }
+    Rows all;
+    for (const KeyOf<Entity>& key : keys) {
+      Rows partial{Forms::cells(key)};
+      forEachShown<Entity>(
+          [&](auto attr) { partial = product(partial, under<decltype(attr)>(entity, key)); });
+      all.insert(all.end(), partial.begin(), partial.end());
+    }
+    return all;
+  }
+
+  // What attribute `Attr` of `entity` holds under `key`, as rows of cells.
+  template <class Attr>
+  Rows under(const typename Attr::OwnerType& entity, const typename Attr::Key& key) {
+    if constexpr (Attr::kind == AttributeKind::kEntityColl) {
+      const auto* member = Attr::of(entity).find(key);
+      return member ? rows(*member, false)
+                    : Rows{emptyCells(columns<typename Attr::Member>().size())};
+    } else if constexpr (Attr::kind == AttributeKind::kValueMap) {
+      const auto* value = Attr::of(entity).find(key);
+      return {value ? ValueForm<Attr>::cells(agent_, key, *value)
+                    : emptyCells(ValueForm<Attr>::kColumns.size())};
+    } else {
+      return {Row{}};  // the key's own cells say it all
+    }
+  }
+
+  static Rows product(const Rows& heads, const Rows& tails) {
+    Rows rows;
+    for (const Row& head : heads) {
+      for (const Row& tail : tails) {
+        rows.push_back(head);
+        rows.back().insert(rows.back().end(), tail.begin(), tail.end());
+      }
+    }
+    return rows;
+  }
+
+  // Each attribute as an array: a set's elements, or an object per key holding the key's
+  // members and then what the key maps to.
+  template <class Entity>
+  void writeContent(JsonWriter& json, const Entity& entity) {
+    forEachShown<Entity>([&](auto attr) {
+      using Attr = decltype(attr);
+      json.key(names<Attr>().json);
+      json.beginArray();
+      for (const auto& key : sortedKeys<Attr>(entity)) {
+        if constexpr (Attr::kind == AttributeKind::kSet) {
+          Forms::element(json, key);
+        } else {
+          json.beginObject();
+          Forms::keyMembers(json, key);
+          if constexpr (Attr::kind == AttributeKind::kEntityColl) {
+            writeContent(json, *Attr::of(entity).find(key));
+          } else {
+            ValueForm<Attr>::json(json, agent_, key, *Attr::of(entity).find(key));
+          }
+          json.endObject();
+        }
+      }
+      json.endArray();
+    });
+  }
+
+  const Sim::Agent& agent_;
+  const Root& root_;
+};
+
+using Show = std::function<void(const Sim::Agent&, std::string_view, bool, std::ostream&)>;
+
+template <bool Channels, class Root>
+void show(const Sim::Agent& agent, const Root& root, std::string_view name, bool json,
+          std::ostream& out) {
+  View<Root, Channels> view(agent, root);
+  if (!json) return view.print(name, out);
+  JsonWriter writer;
+  writer.beginObject();
+  writer.key("table");
+  writer.string(name);
+  view.writeJson(writer);
+  writer.endObject();
+  out << writer.text() << '\n';
 }
 
 struct Table {
   std::string_view name;
-  std::function<void(const Sim::Agent&, std::string_view, std::ostream&)> human;
-  std::function<void(const Sim::Agent&, JsonWriter&)> json;
+  Show show;
 };
 
-// One entry per collection the pipeline declares, under its attribute name, printed by the
-// `human` and `json` overloads for its type.
+// A collection the pipeline declares, by its attribute name.
 Table collectionTable(std::string_view name, std::string_view collection) {
-  return Table{name,
-               [collection](const Sim::Agent& agent, std::string_view shown, std::ostream& out) {
-                 agent.colls().forEachCollection([&](std::string_view each, const auto& coll) {
-                   if (each == collection) human(*coll, shown, out);
-                 });
-               },
-               [collection](const Sim::Agent& agent, JsonWriter& writer) {
-                 agent.colls().forEachCollection([&](std::string_view each, const auto& coll) {
-                   if (each == collection) json(*coll, writer);
-                 });
-               }};
+  return {name, [collection](const Sim::Agent& agent, std::string_view shown, bool json,
+                             std::ostream& out) {
+            agent.colls().forEachCollection([&](std::string_view each, const auto& coll) {
+              if (each == collection) show<false>(agent, *coll, shown, json, out);
+            });
+          }};
 }
 
-void humanNotifierOf(const Sim::Agent& agent, std::string_view name, std::ostream& out) {
-  humanNotifier(*agent.colls().peerTables, name, out);
-}
-void jsonNotifierOf(const Sim::Agent& agent, JsonWriter& json) {
-  jsonNotifier(*agent.colls().peerTables, json);
+// An entity the agent holds, from `root(agent)`.
+template <bool Channels = false, class Root>
+Table agentTable(std::string_view name, Root root) {
+  return {name,
+          [root](const Sim::Agent& agent, std::string_view shown, bool json, std::ostream& out) {
+            show<Channels>(agent, *root(agent), shown, json, out);
+          }};
 }
 
 const std::vector<Table>& tables() {
   static const std::vector<Table> kTables = [] {
     // The LFIB first under its short name, then every declared collection, then the simulated
-    // host's tables.
+    // host's tables and the peer tables' notification channels.
     std::vector<Table> tables{collectionTable("lfib", "p2mpLabelForwardingInfoColl")};
     for (const std::string_view name : Mpls::P2mpLfibGenSmManager::collectionNames())
       tables.push_back(collectionTable(name, name));
-    tables.push_back(Table{"nexthopConfig", &humanNexthopConfig, &jsonNexthopConfig});
-    tables.push_back(Table{"nexthopStatus", &humanNexthopStatus, &jsonNexthopStatus});
-    tables.push_back(Table{"notifier", &humanNotifierOf, &jsonNotifierOf});
+    tables.push_back(
+        agentTable("nexthopConfig", [](const Sim::Agent& agent) { return agent.nexthopConfig(); }));
+    tables.push_back(
+        agentTable("nexthopStatus", [](const Sim::Agent& agent) { return agent.nexthopStatus(); }));
+    tables.push_back(agentTable<true>(
+        "notifier", [](const Sim::Agent& agent) { return agent.colls().peerTables; }));
     return tables;
   }();
   return kTables;
@@ -696,19 +561,7 @@ std::string tableNameList() {
 }
 
 void showTable(const Sim::Agent& agent, std::string_view name, bool json, std::ostream& out) {
-  const Table* table = findTable(name);
-  if (!table) return;
-  if (json) {
-    JsonWriter writer;
-    writer.beginObject();
-    writer.key("table");
-    writer.string(name);
-    table->json(agent, writer);
-    writer.endObject();
-    out << writer.text() << '\n';
-  } else {
-    table->human(agent, name, out);
-  }
+  if (const Table* table = findTable(name)) table->show(agent, name, json, out);
 }
 
 }  // namespace QuillTool

@@ -11,6 +11,9 @@
 //   numbers, peers and FECs as objects, see ValueJson.h), arrays in the human rows' order.
 //   docs/show-json.schema.json gives every table's shape.
 //
+// Both forms walk the entities' attribute lists (VOX_ATTRIBUTES), so a table follows its entities'
+// declarations; TableView.cpp holds only the tool's names for attributes and values.
+//
 //   QuillTool::showTable(agent, "lfib", false, std::cout);
 //   // lfib: 1 local label, 1 branch
 //   // LOCAL LABEL  NEXT HOP   INTERFACE  OUT LABEL  FEC                          PEER
