@@ -1,10 +1,8 @@
-// The explanation of one (FEC, peer) pair over a running agent, in both stage variants. A present
-// branch explained link by link, the ring's choice among parallel links, a label's branches and
-// the peers it misses, and the reason and remedy for every missing input but the peer label are
-// the golden runs' (examples/why-missing.scn, tests/tools/scenarios/why.scn); that the reason is
-// the first failing input condition, over random worlds, is WhyPropertyTest's. Here, what neither
-// covers: a branch a hand-written stage keeps after its resolution went whole, and a missing peer
-// label, each named with the input that would repair it.
+// The explanation of one (FEC, peer) pair over a running agent, in both stage variants: each way of
+// breaking exactly one input of a working world is named as the first failing condition, with the
+// input that would repair it. A present branch explained link by link, the ring's choice among
+// parallel links and a label's branches are pinned by the golden runs (examples/why-missing.scn,
+// tests/tools/scenarios/why.scn); the reason over random worlds by WhyPropertyTest.
 #include "quill/why/BranchExplanation.h"
 
 #include <gtest/gtest.h>
@@ -78,14 +76,36 @@ TEST_P(BrokenInputTest, NamesTheFirstFailingConditionAndItsRemedy) {
 
 INSTANTIATE_TEST_SUITE_P(
     OneInputBroken, BrokenInputTest,
-    ::testing::Values(Break{"Route", [](Sim::Agent& a) { a.resolution().routeDel(kPrefix); },
-                            WhyMissing::kAddressUnresolved, "route to 2.2.2.2"},
-                      Break{"PeerLabel",
-                            [](Sim::Agent& a) {
-                              a.colls().fecRouterLabel->fecRouterLabel(kFec)->routerLabelInfoDel(
-                                  kPeer);
-                            },
-                            WhyMissing::kNoPeerLabel, "label from 2.2.2.2:0"}),
+    ::testing::Values(
+        Break{"LocalLabel", [](Sim::Agent& a) { a.colls().localTable->bindingDel(kFec); },
+              WhyMissing::kNoLocalLabel, "local label bound to p2mp/1.1.1.1/0100040000002a"},
+        Break{"PeerBinding", [](Sim::Agent& a) { a.peerBindingDel(kPeer, kFec, kOut); },
+              WhyMissing::kNoPeerBinding, "binding for p2mp/1.1.1.1/0100040000002a from 2.2.2.2:0"},
+        Break{"PeerFilters",
+              [](Sim::Agent& a) {
+                a.peerBindingDel(kPeer, kFec, kOut);  // a filtered FEC has no binding
+                a.colls().peerTables->bindingTableIs(kPeer)->filteredFecIs(kFec, true);
+              },
+              WhyMissing::kFecFiltered, "stop filtering"},
+        Break{"TransportAddress",
+              [](Sim::Agent& a) {
+                a.colls().transportAddrs->routerIpAddr(kPeer)->ipAddrDel(kAddress);
+              },
+              WhyMissing::kNoTransportAddress, "transport address of 2.2.2.2:0"},
+        Break{"Route", [](Sim::Agent& a) { a.resolution().routeDel(kPrefix); },
+              WhyMissing::kAddressUnresolved, "route to 2.2.2.2"},
+        Break{"MplsInterface", [](Sim::Agent& a) { a.colls().mplsIntfs->intfIdDel(kIntf); },
+              WhyMissing::kNoMplsInterface, "MPLS enabled on Ethernet1"},
+        Break{"RouteThroughAnotherRouter",
+              [](Sim::Agent& a) {
+                a.resolution().routeIs(kPrefix, {{v<Vela::IpGenAddr>("10.0.12.9"), kIntf}});
+              },
+              WhyMissing::kNotDirect, "advertising 10.0.12.9 as an interface address"},
+        Break{"PeerLabel",
+              [](Sim::Agent& a) {
+                a.colls().fecRouterLabel->fecRouterLabel(kFec)->routerLabelInfoDel(kPeer);
+              },
+              WhyMissing::kNoPeerLabel, "label from 2.2.2.2:0"}),
     [](const auto& param) { return std::string(param.param.name); });
 
 }  // namespace
