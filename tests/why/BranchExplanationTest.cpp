@@ -51,6 +51,7 @@ struct Break {
   std::function<void(Sim::Agent&)> apply;
   WhyMissing expected;
   const char* remedyMentions;  // the input that would repair it
+  friend void PrintTo(const Break& b, std::ostream* os) { *os << b.name; }
 };
 
 class BrokenInputTest : public BranchExplanationTest,
