@@ -4,6 +4,7 @@
 #include <array>
 #include <cstddef>
 #include <functional>
+#include <tuple>
 #include <type_traits>
 #include <utility>
 
@@ -102,20 +103,24 @@ enum ShownFlags : unsigned {
   kChannel = 8,
 };
 struct Shown {
-  const Vox::AttributeInfo* attr;
   std::string_view json;                    // the member holding the attribute's array
   std::array<std::string_view, 3> columns;  // the human headers of its key's cells
   std::array<std::string_view, 2> nouns;    // what the title counts its keys as: one, many
   unsigned flags;
 };
 
+// A row of kShown is typed by its attribute, so that the lookup is by type: comparing the
+// addresses of two descriptors is not a constant expression in every build (AddressSanitizer's).
 template <class Attr>
-constexpr Shown named(std::string_view json, std::array<std::string_view, 3> columns,
-                      std::array<std::string_view, 2> nouns = {}, unsigned flags = 0) {
-  return {&Attr::info, json, columns, nouns, flags};
+struct Named : Shown {};
+
+template <class Attr>
+constexpr Named<Attr> named(std::string_view json, std::array<std::string_view, 3> columns,
+                            std::array<std::string_view, 2> nouns = {}, unsigned flags = 0) {
+  return {{json, columns, nouns, flags}};
 }
 
-constexpr Shown kShown[] = {
+constexpr std::tuple kShown{
     named<Mpls::LabelForwardingInfoColl::labelForwardingAttribute>("local-labels", {"LOCAL LABEL"},
                                                                    {"local label", "local labels"}),
     named<Mpls::LabelForwardingInfo::forwardingInfoAttribute>(
@@ -168,17 +173,16 @@ constexpr Shown kShown[] = {
 constexpr Shown kLocalLabels =
     named<Mpls::FecLabelSet::mplsLabelAttribute>("labels", {"LOCAL LABEL"});
 
-// How `Attr` shows in the table of `Root`; an attribute missing from kShown does not compile.
+// How `Attr` shows in the table of `Root`; an attribute missing from kShown, or listed twice, does
+// not compile.
 template <class Attr, class Root>
 constexpr const Shown& shown() {
   if constexpr (std::is_same_v<Attr, Mpls::FecLabelSet::mplsLabelAttribute> &&
                 std::is_same_v<Root, Mpls::LabelBindingTable>) {
     return kLocalLabels;
+  } else {
+    return std::get<Named<Attr>>(kShown);
   }
-  for (const Shown& each : kShown) {
-    if (each.attr == &Attr::info) return each;
-  }
-  throw "an attribute the tool shows has a row in kShown";
 }
 
 // What a value map's value shows as: human cells under kColumns, and members of the key's object.
