@@ -47,11 +47,13 @@
 //   Vox::forEachAttribute<LabelBindingTable>([&](auto attr) {
 //     using Attr = decltype(attr);          // Attr::info.name, Attr::kind, Attr::of(table) ...
 //   });
+#include <algorithm>
 #include <cstddef>
 #include <cstdint>
 #include <tuple>
 #include <type_traits>
 #include <utility>
+#include <vector>
 
 #include "platform/vox/Entity.h"
 #include "platform/vox/KeyedTable.h"
@@ -71,18 +73,35 @@ constexpr void forEachAttribute(Visit&& visit) {
   }(static_cast<typename Entity::Attributes*>(nullptr));
 }
 
+// The key an iterator of a keyed set (the element) or of a table or entity collection stands at.
+template <class It>
+decltype(auto) keyAt(const It& it) {
+  if constexpr (requires { it.key(); }) {
+    return it.key();
+  } else {
+    return *it;
+  }
+}
+
 // The keys of attribute `Attr` of `entity`, one call each; the callback may change anything but
 // `entity` itself. Not for a single value, which has no keys.
 template <class Attr, class F>
 void forEachKeyOf(const typename Attr::OwnerType& entity, F&& f) {
   const auto& coll = Attr::of(entity);
-  for (auto it = coll.begin(); it != coll.end(); ++it) {
-    if constexpr (requires { it.key(); }) {
-      f(it.key());
-    } else {
-      f(*it);
-    }
-  }
+  for (auto it = coll.begin(); it != coll.end(); ++it)
+    f(keyAt(it));
+}
+
+// The keys of a keyed set, table or entity collection in value order, for output that must not
+// depend on the table's layout.
+template <class Coll>
+auto sortedKeys(const Coll& coll) {
+  std::vector<std::remove_cvref_t<decltype(keyAt(coll.begin()))>> keys;
+  keys.reserve(coll.size());
+  for (auto it = coll.begin(); it != coll.end(); ++it)
+    keys.push_back(keyAt(it));
+  std::sort(keys.begin(), keys.end());
+  return keys;
 }
 
 // The descriptor part shared by every attribute: identity and typed matching.

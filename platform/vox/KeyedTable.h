@@ -64,7 +64,6 @@
 #include <new>
 #include <type_traits>
 #include <utility>
-#include <vector>
 
 #include "platform/vox/Hash.h"
 #include "platform/vox/TrackingAllocator.h"
@@ -600,16 +599,5 @@ class KeyedSet {
  private:
   Table table_;
 };
-
-// A set's keys in value order, for output that must not depend on the table's layout.
-template <class Key, MemoryKind Kind, uint32_t InlineSlots>
-std::vector<Key> sortedValues(const KeyedSet<Key, Kind, InlineSlots>& set) {
-  std::vector<Key> values;
-  values.reserve(set.size());
-  for (const Key& value : set)
-    values.push_back(value);
-  std::sort(values.begin(), values.end());
-  return values;
-}
 
 }  // namespace Vox

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <set>
 
+#include "platform/vox/Attribute.h"
 #include "quill/lfib/RingHashes.h"
 
 namespace Quill {
@@ -148,7 +149,7 @@ BranchExplanation explainBranch(const Mpls::P2mpLfibGenSmManager& manager, const
   why.peer = peer;
 
   if (const auto binding = manager.p2mpLocalLabelBindingTable()->binding(fec))
-    why.localLabels = Vox::sortedValues(binding->mplsLabelColl());
+    why.localLabels = Vox::sortedKeys(binding->mplsLabelColl());
 
   if (const auto table = manager.p2mpPeerLabelBindingTableColl()->bindingTable(peer)) {
     why.peerTable = true;
@@ -159,10 +160,10 @@ BranchExplanation explainBranch(const Mpls::P2mpLfibGenSmManager& manager, const
   // The peer's routes: its transport addresses and what each resolves to.
   std::set<FibVia> vias;
   if (const auto addresses = manager.p2mpRouterTransportIpAddrInfoColl()->routerIpAddr(peer)) {
-    for (const IpGenAddr& address : Vox::sortedValues(addresses->ipAddrColl())) {
+    for (const IpGenAddr& address : Vox::sortedKeys(addresses->ipAddrColl())) {
       ResolvedAddress resolved{address, {}};
       if (const auto nexthop = manager.p2mpIpNexthopInfoColl()->ipNexthop(address))
-        resolved.vias = Vox::sortedValues(nexthop->viaColl());
+        resolved.vias = Vox::sortedKeys(nexthop->viaColl());
       vias.insert(resolved.vias.begin(), resolved.vias.end());
       why.transportAddresses.push_back(std::move(resolved));
     }
@@ -174,7 +175,7 @@ BranchExplanation explainBranch(const Mpls::P2mpLfibGenSmManager& manager, const
   }
 
   if (const auto addresses = manager.p2mpRouterIntfIpAddrInfoColl()->routerIpAddr(peer))
-    why.peerInterfaceAddresses = Vox::sortedValues(addresses->ipAddrColl());
+    why.peerInterfaceAddresses = Vox::sortedKeys(addresses->ipAddrColl());
   for (const FibVia& via : why.mplsVias) {
     if (contains(why.peerInterfaceAddresses, via.hop())) why.directVias.push_back(via);
   }
@@ -187,13 +188,13 @@ BranchExplanation explainBranch(const Mpls::P2mpLfibGenSmManager& manager, const
   if (why.chosenVia) {
     const auto filtered = manager.p2mpRouterFilteredNexthopColl()->routerNexthop(peer);
     const auto record = filtered ? filtered->nexthopIpInfo(*why.chosenVia) : nullptr;
-    if (record) why.chosenDirectBy = Vox::sortedValues(record->destIpColl());
+    if (record) why.chosenDirectBy = Vox::sortedKeys(record->destIpColl());
   }
   why.ring = ringOf(manager, fec, peer);
 
   if (const auto perFec = manager.p2mpFecRouterLabelInfoColl()->fecRouterLabel(fec)) {
     if (const auto labels = perFec->routerLabelInfo(peer))
-      why.peerLabels = Vox::sortedValues(labels->routerLabelColl());
+      why.peerLabels = Vox::sortedKeys(labels->routerLabelColl());
   }
 
   // The LFIB's word, looked up by key: stage 7 files (FEC, peer) under each local label of the
@@ -328,14 +329,10 @@ LabelExplanation explainLabel(const Mpls::P2mpLfibGenSmManager& manager, MplsLab
   if (!entry) return why;
   std::set<FwdEqvClass> fecs;
   std::set<Mpls::FecRouter> justified;
-  std::vector<Mpls::ViaLabel> keys;
-  for (auto it = entry->forwardingInfoColl().begin(); it != entry->forwardingInfoColl().end(); ++it)
-    keys.push_back(it.key());
-  std::sort(keys.begin(), keys.end());
-  for (const Mpls::ViaLabel& key : keys) {
+  for (const Mpls::ViaLabel& key : Vox::sortedKeys(entry->forwardingInfoColl())) {
     LabelExplanation::Branch branch{key.via(), key.label(), {}};
     for (const Mpls::FecRouter& pair :
-         Vox::sortedValues(entry->forwardingInfo(key)->fecRouterColl())) {
+         Vox::sortedKeys(entry->forwardingInfo(key)->fecRouterColl())) {
       fecs.insert(pair.fwdEqvClass());
       justified.insert(pair);
       branch.justifications.push_back(explainBranch(manager, pair.fwdEqvClass(), pair.routerId()));

@@ -271,14 +271,6 @@ struct ValueForm<Routing::NexthopVrfStatus::nexthopAttribute> {
   }
 };
 
-template <class Attr>
-std::vector<typename Attr::Key> sortedKeys(const typename Attr::OwnerType& entity) {
-  std::vector<typename Attr::Key> keys;
-  Vox::forEachKeyOf<Attr>(entity, [&](const typename Attr::Key& key) { keys.push_back(key); });
-  std::sort(keys.begin(), keys.end());
-  return keys;
-}
-
 // Whether `Attr` is, or holds entities that hold, a notification channel.
 template <class Attr>
 constexpr bool leadsToChannel() {
@@ -452,7 +444,7 @@ class View {
       using Attr = decltype(attr);
       json.key(names<Attr>().json);
       json.beginArray();
-      for (const auto& key : sortedKeys<Attr>(entity)) {
+      for (const auto& key : Vox::sortedKeys(Attr::of(entity))) {
         if constexpr (Attr::kind == AttributeKind::kSet) {
           Forms::element(json, key);
         } else {

@@ -122,29 +122,13 @@ void printText(const BranchExplanation& why, std::ostream& out) {
   out << '\n';
 }
 
-void jsonVias(JsonWriter& json, std::string_view name, const std::vector<Mpls::FibVia>& vias) {
+// A member holding an array of values, each in its JSON form.
+template <class Values, class Write>
+void jsonArray(JsonWriter& json, std::string_view name, const Values& values, Write write) {
   json.key(name);
   json.beginArray();
-  for (const Mpls::FibVia& via : vias)
-    writeVia(json, via);
-  json.endArray();
-}
-
-void jsonAddresses(JsonWriter& json, std::string_view name,
-                   const std::vector<Vela::IpGenAddr>& addresses) {
-  json.key(name);
-  json.beginArray();
-  for (const auto& address : addresses)
-    writeAddress(json, address);
-  json.endArray();
-}
-
-void jsonLabels(JsonWriter& json, std::string_view name,
-                const std::vector<Vela::MplsLabel>& labels) {
-  json.key(name);
-  json.beginArray();
-  for (const auto& label : labels)
-    writeLabel(json, label);
+  for (const auto& value : values)
+    write(json, value);
   json.endArray();
 }
 
@@ -164,7 +148,7 @@ void jsonExplanation(JsonWriter& json, const BranchExplanation& why) {
   json.string(why.reason());
   json.key("needs");
   json.string(why.remedy());
-  jsonLabels(json, "local-labels", why.localLabels);
+  jsonArray(json, "local-labels", why.localLabels, writeLabel);
   json.key("peer-binding");
   json.boolean(why.peerBinding);
   json.key("fec-filtered");
@@ -175,19 +159,19 @@ void jsonExplanation(JsonWriter& json, const BranchExplanation& why) {
     json.beginObject();
     json.key("address");
     writeAddress(json, resolved.address);
-    jsonVias(json, "next-hops", resolved.vias);
+    jsonArray(json, "next-hops", resolved.vias, writeVia);
     json.endObject();
   }
   json.endArray();
-  jsonVias(json, "mpls-next-hops", why.mplsVias);
-  jsonAddresses(json, "peer-interface-addresses", why.peerInterfaceAddresses);
-  jsonVias(json, "direct-next-hops", why.directVias);
+  jsonArray(json, "mpls-next-hops", why.mplsVias, writeVia);
+  jsonArray(json, "peer-interface-addresses", why.peerInterfaceAddresses, writeAddress);
+  jsonArray(json, "direct-next-hops", why.directVias, writeVia);
   json.key("chosen");
   if (why.chosenVia) {
     json.beginObject();
     writeViaMembers(json, *why.chosenVia);
-    jsonAddresses(json, "direct-by", why.chosenDirectBy);
-    jsonAddresses(json, "resolved-from", why.addressesResolvingTo(*why.chosenVia));
+    jsonArray(json, "direct-by", why.chosenDirectBy, writeAddress);
+    jsonArray(json, "resolved-from", why.addressesResolvingTo(*why.chosenVia), writeAddress);
     json.endObject();
   } else {
     json.null();
@@ -213,7 +197,7 @@ void jsonExplanation(JsonWriter& json, const BranchExplanation& why) {
   } else {
     json.null();
   }
-  jsonLabels(json, "peer-labels", why.peerLabels);
+  jsonArray(json, "peer-labels", why.peerLabels, writeLabel);
   json.key("branches");
   json.beginArray();
   for (const auto& branch : why.branches) {
