@@ -428,6 +428,11 @@ class CollectionObserver : public ObserverPart<typename Attr::OwnerType::Notifie
   CollectionObserver(Reactor& host, PerKeyReactorColl<VoxT>& perKey) : perKey_(perKey) {
     host.partIs(*this);
   }
+  // Observes `coll` from the start (nothing when it is null).
+  CollectionObserver(Reactor& host, PerKeyReactorColl<VoxT>& perKey, const Ptr<const Coll>& coll)
+      : CollectionObserver(host, perKey) {
+    if (coll) notifierIs(coll);
+  }
 
   // Observes `coll` and brings the per-key reactors in line with its members.
   void notifierIs(const Ptr<const Coll>& coll) {
@@ -462,6 +467,10 @@ class KeyObserver : public ObserverPart<typename Attr::OwnerType::NotifieeConst>
 
  public:
   explicit KeyObserver(Host& host) : host_(host) { host.partIs(*this); }
+  // Observes `entity` from the start (nothing when it is null).
+  KeyObserver(Host& host, const Ptr<const typename Attr::OwnerType>& entity) : KeyObserver(host) {
+    if (entity) notifierIs(entity);
+  }
 
   void notifierIs(const Ptr<const typename Attr::OwnerType>& entity) {
     Attr::OwnerType::NotifieeConst::notifierIs(entity);

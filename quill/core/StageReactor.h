@@ -1,34 +1,34 @@
 #pragma once
-// The shape every hand-written stage reactor shares.
+// The shape every reactor of the pipeline shares: its name, tracing and lifecycle steps.
 //
-// A stage derives from `StageReactor<Self>` and declares its qualified name:
+// Stages derive from it through `Quill::Stage` (Stage.h), which adds the collections they are
+// built over, their constructor and creator. A reactor that builds itself otherwise (the pipeline
+// manager, a label binding notifier) derives from `StageReactor<Self>` directly:
 //
-//   class IpAddrRouterIdInfoSm : public Quill::StageReactor<IpAddrRouterIdInfoSm> {
+//   class LabelBindingTableNotifierSm : public Quill::StageReactor<LabelBindingTableNotifierSm> {
 //    public:
-//     static constexpr Quill::StaticName kQualifiedName = "Mpls::IpAddrRouterIdInfoSm";
-//     static Vox::Ptr<IpAddrRouterIdInfoSm> IpAddrRouterIdInfoSmIs(...) { return create(...); }
+//     static constexpr Quill::StaticName kQualifiedName = "Mpls::LabelBindingTableNotifierSm";
+//     static Vox::Ptr<LabelBindingTableNotifierSm> LabelBindingTableNotifierSmIs(...) {
+//       return create(...);
+//     }
 //     void handleInitialized() {
 //       const auto scope = enterHandleInitialized();   // trace, timer, initialized = true
 //       ...scan the inputs, replay the output...
 //     }
 //     void handleDelete() { leaveInitialized(); }
-//     ~IpAddrRouterIdInfoSm() override { handleDelete(); }
 //   };
 //
 // It then gets:
-// - its trace handle "Quill" + its type name ("QuillIpAddrRouterIdInfoSm"), created on first use
-//   and kept for the process (`traceHandle()`), and `QUILL_TRACE_FUNC(args...)`, the level-8
-//   function-entry record "Mpls::IpAddrRouterIdInfoSm::handleRouterIpAddr() 2.2.2.2:0 10.0.0.1";
-// - `create(args...)`: allocate, construct, turn notifications on (the static creator `XSmIs`
-//   forwards to it);
+// - its trace handle "Quill" + its type name ("QuillLabelBindingTableNotifierSm"), created on
+//   first use and kept for the process (`traceHandle()`), and `QUILL_TRACE_FUNC(args...)`, the
+//   level-8 function-entry record "Mpls::IpAddrRouterIdInfoSm::handleRouterIpAddr() 2.2.2.2:0
+//   10.0.0.1";
+// - `create(args...)`: allocate, construct, turn notifications on; such a reactor's constructor
+//   ends by calling `handleInitialized()`, so it catches up with its inputs at once;
 // - the lifecycle handlers' common steps: a level-8 record naming the handler, carrying the
 //   reactor's source file and line, a binary-tracer block timer for the handler's whole run, and
 //   for `handleDelete` the record "handleDelete()" in the binary trace. `handleDelete` only
 //   clears `initialized`: it unsubscribes nothing and clears no output.
-//
-// The constructor of a stage stores its inputs and output, creates its observers (which create
-// the per-key reactors of members already present) and ends by calling `handleInitialized()`, so
-// a reactor created late catches up with its inputs at once.
 #include <string>
 #include <utility>
 

@@ -35,7 +35,7 @@
 #include "platform/vox/Exception.h"
 #include "platform/vox/KeyedTable.h"
 #include "platform/vox/Trace.h"
-#include "quill/core/StageReactor.h"
+#include "quill/core/Stage.h"
 
 namespace Mpls::FluxCode {
 // The payload of every event: it carries nothing; its presence is the information.
@@ -390,9 +390,11 @@ class CollSm : public InputSm<Attr, CollSm<Attr, Child, SmKey>>,
 //   bool outputEmpty() const;
 //   template <class F> void forEachOutputElement(F f) const;   f(Pipeline0KeyType) per element
 //   void removeOutputElement(const Pipeline0KeyType&);         removes one, deleting empty entries
-template <class Self, class Pipeline0KeyType, class InputSmScanState>
-class FluxPipeline : public StageReactor<Self> {
+template <class Self, class Pipeline0KeyType, class InputSmScanState, class... Colls>
+class FluxPipeline : public Stage<Self, Colls...> {
  public:
+  using Stage<Self, Colls...>::Stage;
+
   const Vox::Ptr<InputSmScanState>& inputSmScanState() const { return inputSmScanState_; }
   const Vox::Ptr<OutputState>& outputState() const { return outputState_; }
   bool pipeline0Reconciling() const { return pipeline0Reconciling_; }

@@ -4,13 +4,6 @@ namespace Mpls {
 
 using Quill::Flux::Presence;
 
-IntfToRouterNexthopInfoSm::IntfToRouterNexthopInfoSm(
-    const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopColl,
-    const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterColl)
-    : routerNexthopColl_(routerNexthopColl), intfRouterColl_(intfRouterColl) {
-  handleInitialized();
-}
-
 IntfToRouterNexthopInfoSm::~IntfToRouterNexthopInfoSm() {
   handleDelete();
   routerNexthopSm0Del();

@@ -5,8 +5,6 @@
 // input and V's interface is I. An interface entry exists while it holds a router, and a
 // router's entry under it while it holds a via. The key names the interface twice (alone and
 // inside the via), as the generated design does.
-#include <tuple>
-
 #include "quill/flux/FluxKey.h"
 #include "quill/flux/FluxPattern.h"
 #include "quill/model/IntfRouterNexthopInfoColl.h"
@@ -42,25 +40,18 @@ class RouterNexthopSm0
 class IntfToRouterNexthopInfoSm
     : public Quill::Flux::FluxPipeline<IntfToRouterNexthopInfoSm,
                                        FluxCode::IntfToRouterNexthopInfoSm::Pipeline0KeyType,
-                                       FluxCode::IntfToRouterNexthopInfoSm::InputSmScanState> {
+                                       FluxCode::IntfToRouterNexthopInfoSm::InputSmScanState,
+                                       const RouterNexthopInfoColl, IntfRouterNexthopInfoColl> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::IntfToRouterNexthopInfoSm";
   static constexpr Quill::StaticName kTraceHandleName = "IntfToRouterNexthopInfoSm";
   using Pipeline0KeyType = FluxCode::IntfToRouterNexthopInfoSm::Pipeline0KeyType;
   using RouterNexthopSm0 = FluxCode::IntfToRouterNexthopInfoSm::RouterNexthopSm0;
 
-  IntfToRouterNexthopInfoSm(const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopColl,
-                            const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterColl);
+  // (routerNexthopColl, intfRouterColl)
+  using FluxPipeline::FluxPipeline;
   ~IntfToRouterNexthopInfoSm() override;
-
-  static Vox::Ptr<IntfToRouterNexthopInfoSm> IntfToRouterNexthopInfoSmIs(
-      const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopColl,
-      const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterColl) {
-    return create(routerNexthopColl, intfRouterColl);
-  }
-  auto constructorArguments() const {
-    return std::tuple(routerNexthopColl_.ptr(), intfRouterColl_.ptr());
-  }
+  static constexpr auto IntfToRouterNexthopInfoSmIs = &stageIs;
 
   const Vox::Ptr<RouterNexthopSm0>& routerNexthopSm0() const { return routerNexthopSm0_; }
   const Vox::Ptr<RouterNexthopSm0>& routerNexthopSm0Is(
@@ -83,16 +74,12 @@ class IntfToRouterNexthopInfoSm
   void removeOutputElement(const Pipeline0KeyType& key);
 
  private:
-  Vox::Ptr<const RouterNexthopInfoColl> routerNexthopColl_;
-  Vox::Ptr<IntfRouterNexthopInfoColl> intfRouterColl_;
+  const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopColl_ = collection<0>();
+  const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterColl_ = collection<1>();
   Vox::Ptr<RouterNexthopSm0> routerNexthopSm0_;
 };
 
-// The reactor's factory: forwards to `IntfToRouterNexthopInfoSm::IntfToRouterNexthopInfoSmIs`.
-inline Vox::Ptr<IntfToRouterNexthopInfoSm> intfToRouterNexthopInfoSmFactory(
-    const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopColl,
-    const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterColl) {
-  return IntfToRouterNexthopInfoSm::IntfToRouterNexthopInfoSmIs(routerNexthopColl, intfRouterColl);
-}
+inline constexpr auto intfToRouterNexthopInfoSmFactory =
+    IntfToRouterNexthopInfoSm::IntfToRouterNexthopInfoSmIs;
 
 }  // namespace Mpls

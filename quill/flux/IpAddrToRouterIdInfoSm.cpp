@@ -4,12 +4,6 @@ namespace Mpls {
 
 using Quill::Flux::Presence;
 
-IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSm(const Vox::Ptr<const RouterIpAddrInfoColl>& routers,
-                                               const Vox::Ptr<IpAddrRouterIdInfoColl>& addrs)
-    : routers_(routers), addrs_(addrs) {
-  handleInitialized();
-}
-
 IpAddrToRouterIdInfoSm::~IpAddrToRouterIdInfoSm() {
   handleDelete();
   routerIpAddrSm0Del();

@@ -8,8 +8,6 @@
 // Unlike the hand-written inversion, a router whose whole entry leaves the input withdraws all
 // its pairs at once (its child state machine's `doDeleteAll`), and stale output left from an
 // earlier life is reconciled once, at readiness, by the keys the scans touched.
-#include <tuple>
-
 #include "quill/flux/FluxKey.h"
 #include "quill/flux/FluxPattern.h"
 #include "quill/model/IpAddrRouterIdInfoColl.h"
@@ -44,23 +42,18 @@ class RouterIpAddrSm0
 class IpAddrToRouterIdInfoSm
     : public Quill::Flux::FluxPipeline<IpAddrToRouterIdInfoSm,
                                        FluxCode::IpAddrToRouterIdInfoSm::Pipeline0KeyType,
-                                       FluxCode::IpAddrToRouterIdInfoSm::InputSmScanState> {
+                                       FluxCode::IpAddrToRouterIdInfoSm::InputSmScanState,
+                                       const RouterIpAddrInfoColl, IpAddrRouterIdInfoColl> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::IpAddrToRouterIdInfoSm";
   static constexpr Quill::StaticName kTraceHandleName = "IpAddrToRouterIdInfoSm";
   using Pipeline0KeyType = FluxCode::IpAddrToRouterIdInfoSm::Pipeline0KeyType;
   using RouterIpAddrSm0 = FluxCode::IpAddrToRouterIdInfoSm::RouterIpAddrSm0;
 
-  IpAddrToRouterIdInfoSm(const Vox::Ptr<const RouterIpAddrInfoColl>& routers,
-                         const Vox::Ptr<IpAddrRouterIdInfoColl>& addrs);
+  // (routers, addrs)
+  using FluxPipeline::FluxPipeline;
   ~IpAddrToRouterIdInfoSm() override;
-
-  static Vox::Ptr<IpAddrToRouterIdInfoSm> IpAddrToRouterIdInfoSmIs(
-      const Vox::Ptr<const RouterIpAddrInfoColl>& routers,
-      const Vox::Ptr<IpAddrRouterIdInfoColl>& addrs) {
-    return create(routers, addrs);
-  }
-  auto constructorArguments() const { return std::tuple(routers_.ptr(), addrs_.ptr()); }
+  static constexpr auto IpAddrToRouterIdInfoSmIs = &stageIs;
 
   // The router state machine: created over `routers` at initialization (it scans them at once),
   // let go at destruction without a word.
@@ -86,16 +79,12 @@ class IpAddrToRouterIdInfoSm
   void removeOutputElement(const Pipeline0KeyType& key);
 
  private:
-  Vox::Ptr<const RouterIpAddrInfoColl> routers_;
-  Vox::Ptr<IpAddrRouterIdInfoColl> addrs_;
+  const Vox::Ptr<const RouterIpAddrInfoColl>& routers_ = collection<0>();
+  const Vox::Ptr<IpAddrRouterIdInfoColl>& addrs_ = collection<1>();
   Vox::Ptr<RouterIpAddrSm0> routerIpAddrSm0_;
 };
 
-// The reactor's factory: forwards to `IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs`.
-inline Vox::Ptr<IpAddrToRouterIdInfoSm> ipAddrToRouterIdInfoSmFactory(
-    const Vox::Ptr<const RouterIpAddrInfoColl>& routers,
-    const Vox::Ptr<IpAddrRouterIdInfoColl>& addrs) {
-  return IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(routers, addrs);
-}
+inline constexpr auto ipAddrToRouterIdInfoSmFactory =
+    IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs;
 
 }  // namespace Mpls

@@ -4,16 +4,6 @@ namespace Mpls {
 
 using Quill::Flux::Presence;
 
-RouterIdToIpNexthopInfoSm::RouterIdToIpNexthopInfoSm(
-    const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterColl,
-    const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
-    const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthop)
-    : intfRouterColl_(intfRouterColl),
-      mplsIntfColl_(mplsIntfColl),
-      routerIpNexthop_(routerIpNexthop) {
-  handleInitialized();
-}
-
 RouterIdToIpNexthopInfoSm::~RouterIdToIpNexthopInfoSm() {
   handleDelete();
   intfRouterNexthopSm0Del();

@@ -5,8 +5,6 @@
 // interface, V is in R's via set under I in the first input, and A is V's address. No group-by
 // and no reference count: each (router, via) reaches the output through V's own interface only,
 // since interface grouping lists a via only under its interface.
-#include <tuple>
-
 #include "quill/flux/FluxKey.h"
 #include "quill/flux/FluxPattern.h"
 #include "quill/model/IntfRouterNexthopInfoColl.h"
@@ -56,9 +54,10 @@ class IntfIdSm3 : public Quill::Flux::SetSm<MplsIntfColl::intfIdAttribute> {
 }  // namespace FluxCode::RouterIdToIpNexthopInfoSm
 
 class RouterIdToIpNexthopInfoSm
-    : public Quill::Flux::FluxPipeline<RouterIdToIpNexthopInfoSm,
-                                       FluxCode::RouterIdToIpNexthopInfoSm::Pipeline0KeyType,
-                                       FluxCode::RouterIdToIpNexthopInfoSm::InputSmScanState> {
+    : public Quill::Flux::FluxPipeline<
+          RouterIdToIpNexthopInfoSm, FluxCode::RouterIdToIpNexthopInfoSm::Pipeline0KeyType,
+          FluxCode::RouterIdToIpNexthopInfoSm::InputSmScanState, const IntfRouterNexthopInfoColl,
+          const MplsIntfColl, RouterIpNexthopInfoColl> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::RouterIdToIpNexthopInfoSm";
   static constexpr Quill::StaticName kTraceHandleName = "RouterIdToIpNexthopInfoSm";
@@ -66,20 +65,10 @@ class RouterIdToIpNexthopInfoSm
   using IntfRouterNexthopSm0 = FluxCode::RouterIdToIpNexthopInfoSm::IntfRouterNexthopSm0;
   using IntfIdSm3 = FluxCode::RouterIdToIpNexthopInfoSm::IntfIdSm3;
 
-  RouterIdToIpNexthopInfoSm(const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterColl,
-                            const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
-                            const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthop);
+  // (intfRouterColl, mplsIntfColl, routerIpNexthop)
+  using FluxPipeline::FluxPipeline;
   ~RouterIdToIpNexthopInfoSm() override;
-
-  static Vox::Ptr<RouterIdToIpNexthopInfoSm> RouterIdToIpNexthopInfoSmIs(
-      const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterColl,
-      const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
-      const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthop) {
-    return create(intfRouterColl, mplsIntfColl, routerIpNexthop);
-  }
-  auto constructorArguments() const {
-    return std::tuple(intfRouterColl_.ptr(), mplsIntfColl_.ptr(), routerIpNexthop_.ptr());
-  }
+  static constexpr auto RouterIdToIpNexthopInfoSmIs = &stageIs;
 
   const Vox::Ptr<IntfRouterNexthopSm0>& intfRouterNexthopSm0() const {
     return intfRouterNexthopSm0_;
@@ -112,20 +101,14 @@ class RouterIdToIpNexthopInfoSm
   void removeOutputElement(const Pipeline0KeyType& key);
 
  private:
-  Vox::Ptr<const IntfRouterNexthopInfoColl> intfRouterColl_;
-  Vox::Ptr<const MplsIntfColl> mplsIntfColl_;
-  Vox::Ptr<RouterIpNexthopInfoColl> routerIpNexthop_;
+  const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterColl_ = collection<0>();
+  const Vox::Ptr<const MplsIntfColl>& mplsIntfColl_ = collection<1>();
+  const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthop_ = collection<2>();
   Vox::Ptr<IntfRouterNexthopSm0> intfRouterNexthopSm0_;
   Vox::Ptr<IntfIdSm3> intfIdSm3_;
 };
 
-// The reactor's factory: forwards to `RouterIdToIpNexthopInfoSm::RouterIdToIpNexthopInfoSmIs`.
-inline Vox::Ptr<RouterIdToIpNexthopInfoSm> routerIdToIpNexthopInfoSmFactory(
-    const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterColl,
-    const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
-    const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthop) {
-  return RouterIdToIpNexthopInfoSm::RouterIdToIpNexthopInfoSmIs(intfRouterColl, mplsIntfColl,
-                                                                routerIpNexthop);
-}
+inline constexpr auto routerIdToIpNexthopInfoSmFactory =
+    RouterIdToIpNexthopInfoSm::RouterIdToIpNexthopInfoSmIs;
 
 }  // namespace Mpls

@@ -4,14 +4,6 @@ namespace Mpls {
 
 using Quill::Flux::Presence;
 
-RouterIdToNexthopInfoSm::RouterIdToNexthopInfoSm(
-    const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipRouter,
-    const Vox::Ptr<const IpNexthopInfoColl>& ipNexthop,
-    const Vox::Ptr<RouterNexthopInfoColl>& routerNexthop)
-    : ipRouter_(ipRouter), ipNexthop_(ipNexthop), routerNexthop_(routerNexthop) {
-  handleInitialized();
-}
-
 RouterIdToNexthopInfoSm::~RouterIdToNexthopInfoSm() {
   handleDelete();
   ipAddrRouterIdSm0Del();

@@ -10,8 +10,6 @@
 //
 // Unlike the hand-written stage, this one writes only the `via` set of each router entry, not its
 // `nexthopIpInfo` justifications (which no later stage reads).
-#include <tuple>
-
 #include "quill/flux/FluxKey.h"
 #include "quill/flux/FluxPattern.h"
 #include "quill/model/IpAddrRouterIdInfoColl.h"
@@ -61,9 +59,10 @@ class IpNexthopSm2 : public Quill::Flux::CollSm<IpNexthopInfoColl::ipNexthopAttr
 }  // namespace FluxCode::RouterIdToNexthopInfoSm
 
 class RouterIdToNexthopInfoSm
-    : public Quill::Flux::FluxPipeline<RouterIdToNexthopInfoSm,
-                                       FluxCode::RouterIdToNexthopInfoSm::Pipeline0KeyType,
-                                       FluxCode::RouterIdToNexthopInfoSm::InputSmScanState> {
+    : public Quill::Flux::FluxPipeline<
+          RouterIdToNexthopInfoSm, FluxCode::RouterIdToNexthopInfoSm::Pipeline0KeyType,
+          FluxCode::RouterIdToNexthopInfoSm::InputSmScanState, const IpAddrRouterIdInfoColl,
+          const IpNexthopInfoColl, RouterNexthopInfoColl> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::RouterIdToNexthopInfoSm";
   static constexpr Quill::StaticName kTraceHandleName = "RouterIdToNexthopInfoSm";
@@ -80,20 +79,10 @@ class RouterIdToNexthopInfoSm
     VOX_SET_ATTRIBUTE(GroupByCollectionValueType0, coll, Vela::IpGenAddr)
   };
 
-  RouterIdToNexthopInfoSm(const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipRouter,
-                          const Vox::Ptr<const IpNexthopInfoColl>& ipNexthop,
-                          const Vox::Ptr<RouterNexthopInfoColl>& routerNexthop);
+  // (ipRouter, ipNexthop, routerNexthop)
+  using FluxPipeline::FluxPipeline;
   ~RouterIdToNexthopInfoSm() override;
-
-  static Vox::Ptr<RouterIdToNexthopInfoSm> RouterIdToNexthopInfoSmIs(
-      const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipRouter,
-      const Vox::Ptr<const IpNexthopInfoColl>& ipNexthop,
-      const Vox::Ptr<RouterNexthopInfoColl>& routerNexthop) {
-    return create(ipRouter, ipNexthop, routerNexthop);
-  }
-  auto constructorArguments() const {
-    return std::tuple(ipRouter_.ptr(), ipNexthop_.ptr(), routerNexthop_.ptr());
-  }
+  static constexpr auto RouterIdToNexthopInfoSmIs = &stageIs;
 
   const Vox::Ptr<IpAddrRouterIdSm0>& ipAddrRouterIdSm0() const { return ipAddrRouterIdSm0_; }
   const Vox::Ptr<IpAddrRouterIdSm0>& ipAddrRouterIdSm0Is(
@@ -134,21 +123,16 @@ class RouterIdToNexthopInfoSm
   void removeOutputElement(const Pipeline0KeyType& key);
 
  private:
-  Vox::Ptr<const IpAddrRouterIdInfoColl> ipRouter_;
-  Vox::Ptr<const IpNexthopInfoColl> ipNexthop_;
-  Vox::Ptr<RouterNexthopInfoColl> routerNexthop_;
+  const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipRouter_ = collection<0>();
+  const Vox::Ptr<const IpNexthopInfoColl>& ipNexthop_ = collection<1>();
+  const Vox::Ptr<RouterNexthopInfoColl>& routerNexthop_ = collection<2>();
   Vox::KeyedTable<KeyType0, Vox::Ptr<GroupByCollectionValueType0>, Vox::MemoryKind::kFlux>
       groupByAttr0_;
   Vox::Ptr<IpAddrRouterIdSm0> ipAddrRouterIdSm0_;
   Vox::Ptr<IpNexthopSm2> ipNexthopSm2_;
 };
 
-// The reactor's factory: forwards to `RouterIdToNexthopInfoSm::RouterIdToNexthopInfoSmIs`.
-inline Vox::Ptr<RouterIdToNexthopInfoSm> routerIdToNexthopInfoSmFactory(
-    const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipRouter,
-    const Vox::Ptr<const IpNexthopInfoColl>& ipNexthop,
-    const Vox::Ptr<RouterNexthopInfoColl>& routerNexthop) {
-  return RouterIdToNexthopInfoSm::RouterIdToNexthopInfoSmIs(ipRouter, ipNexthop, routerNexthop);
-}
+inline constexpr auto routerIdToNexthopInfoSmFactory =
+    RouterIdToNexthopInfoSm::RouterIdToNexthopInfoSmIs;
 
 }  // namespace Mpls

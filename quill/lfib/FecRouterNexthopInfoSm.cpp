@@ -6,22 +6,6 @@ namespace Mpls {
 
 using Quill::TraceRouterId;
 
-FecRouterNexthopInfoSm::FecRouterNexthopInfoSm(
-    const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl,
-    const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
-    const Vox::Ptr<FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl)
-    : labelBindingTableColl_(labelBindingTableColl),
-      routerNexthopInfoColl_(routerNexthopInfoColl),
-      fecRouterNexthopInfoColl_(fecRouterNexthopInfoColl) {
-  voxRouterFecLabelColl_.notifierIs(labelBindingTableColl_);
-  voxRouterNexthopInfoColl_.notifierIs(routerNexthopInfoColl_);
-  handleInitialized();
-}
-
-FecRouterNexthopInfoSm::~FecRouterNexthopInfoSm() {
-  handleDelete();
-}
-
 void FecRouterNexthopInfoSm::handleRouterNexthop(const RouterId& routerId, const FibVia& via) {
   VOX_ASSERT(initialized(), "initialized()");
   QUILL_TRACE_FUNC(TraceRouterId{routerId}, via);
@@ -95,10 +79,6 @@ void FecRouterNexthopInfoSm::handleInitialized() {
     for (const FibVia& via : routerNexthop.viaColl())
       handleRouterNexthop(routerId, via);
   }
-}
-
-void FecRouterNexthopInfoSm::handleDelete() {
-  leaveInitialized();
 }
 
 }  // namespace Mpls

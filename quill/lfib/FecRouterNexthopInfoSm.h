@@ -13,37 +13,25 @@
 //
 // Per-key reactors run their whole-entity handler once more as zombies when their entity is
 // removed, withdrawing its contribution. Initialization rebuilds the rings and the output.
-#include <tuple>
-
 #include "platform/mpls/LabelBindingTableColl.h"
-#include "quill/core/StageReactor.h"
+#include "quill/core/Stage.h"
 #include "quill/lfib/FecViaConsistentHashColl.h"
 #include "quill/model/FecRouterNexthopInfoColl.h"
 #include "quill/model/RouterNexthopInfoColl.h"
 
 namespace Mpls {
 
-class FecRouterNexthopInfoSm : public Quill::StageReactor<FecRouterNexthopInfoSm> {
+class FecRouterNexthopInfoSm
+    : public Quill::Stage<FecRouterNexthopInfoSm, const LabelBindingTableColl,
+                          const RouterNexthopInfoColl, FecRouterNexthopInfoColl> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::FecRouterNexthopInfoSm";
   // Every via weighs the same on a router's ring.
   static constexpr uint64_t kViaWeight = 1000;
-
-  FecRouterNexthopInfoSm(const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl,
-                         const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
-                         const Vox::Ptr<FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl);
-  ~FecRouterNexthopInfoSm() override;
-
-  static Vox::Ptr<FecRouterNexthopInfoSm> FecRouterNexthopInfoSmIs(
-      const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl,
-      const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
-      const Vox::Ptr<FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl) {
-    return create(labelBindingTableColl, routerNexthopInfoColl, fecRouterNexthopInfoColl);
-  }
-  auto constructorArguments() const {
-    return std::tuple(labelBindingTableColl_.ptr(), routerNexthopInfoColl_.ptr(),
-                      fecRouterNexthopInfoColl_.ptr());
-  }
+  // (labelBindingTableColl, routerNexthopInfoColl, fecRouterNexthopInfoColl)
+  using Stage::Stage;
+  ~FecRouterNexthopInfoSm() override { handleDelete(); }
+  static constexpr auto FecRouterNexthopInfoSmIs = &stageIs;
 
   // A via of a router appeared or vanished: updates the router's ring and re-chooses every FEC
   // the router binds. Fatal "initialized()" while uninitialized.
@@ -64,7 +52,7 @@ class FecRouterNexthopInfoSm : public Quill::StageReactor<FecRouterNexthopInfoSm
       Vox::KeyForwarder<FecRouterNexthopInfoSm, RouterNexthopInfo::viaAttribute,
                         &FecRouterNexthopInfoSm::handleRouterNexthop>;
   void handleInitialized();
-  void handleDelete();
+  void handleDelete() { leaveInitialized(); }
 
   // The rings, one per router with vias.
   const Vox::Ptr<FecViaConsistentHashColl>& fecViaConsistentHashColl() const {
@@ -74,17 +62,6 @@ class FecRouterNexthopInfoSm : public Quill::StageReactor<FecRouterNexthopInfoSm
   void fecViaConsistentHashCollIs(const std::string& name) {
     fecViaConsistentHashColl_ = fecViaConsistentHashCollFactory(name);
   }
-
-  VoxRouterFec* routerFecIs(const Vox::Ptr<const LabelBindingTable>& table) {
-    return routerFec_.is(table);
-  }
-  void routerFecDel(const RouterId& routerId) { routerFec_.del(routerId); }
-  void routerFecDelAll() { routerFec_.delAll(); }
-  VoxRouterNexthop* routerNexthopIs(const Vox::Ptr<const RouterNexthopInfo>& entity) {
-    return routerNexthop_.is(entity);
-  }
-  void routerNexthopDel(const RouterId& routerId) { routerNexthop_.del(routerId); }
-  void routerNexthopDelAll() { routerNexthop_.delAll(); }
 
  private:
   // What choosing a via for one of a router's FECs reads of the router.
@@ -97,27 +74,17 @@ class FecRouterNexthopInfoSm : public Quill::StageReactor<FecRouterNexthopInfoSm
   // The body of `handleRouterFec`, given the router's state.
   void chooseVia(const RouterId& routerId, const FwdEqvClass& fec, const RouterState& router);
 
-  Vox::Ptr<const LabelBindingTableColl> labelBindingTableColl_;
-  Vox::Ptr<const RouterNexthopInfoColl> routerNexthopInfoColl_;
-  Vox::Ptr<FecRouterNexthopInfoColl> fecRouterNexthopInfoColl_;
+  const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl_ = collection<0>();
+  const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl_ = collection<1>();
+  const Vox::Ptr<FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl_ = collection<2>();
   Vox::Ptr<FecViaConsistentHashColl> fecViaConsistentHashColl_;
-  Vox::PerKeyReactorColl<VoxRouterFec> routerFec_{*this, "Mpls::FecRouterNexthopInfoSm",
-                                                  "routerFec"};
-  Vox::PerKeyReactorColl<VoxRouterNexthop> routerNexthop_{*this, "Mpls::FecRouterNexthopInfoSm",
-                                                          "routerNexthop"};
-  Vox::CollectionObserver<LabelBindingTableColl::bindingTableAttribute, VoxRouterFec>
-      voxRouterFecLabelColl_{*this, routerFec_};
-  Vox::CollectionObserver<RouterNexthopInfoColl::routerNexthopAttribute, VoxRouterNexthop>
-      voxRouterNexthopInfoColl_{*this, routerNexthop_};
+  QUILL_PER_KEY_REACTORS(routerFec, VoxRouterFec, VoxRouterFecLabelColl,
+                         LabelBindingTableColl::bindingTableAttribute)
+  QUILL_PER_KEY_REACTORS(routerNexthop, VoxRouterNexthop, VoxRouterNexthopInfoColl,
+                         RouterNexthopInfoColl::routerNexthopAttribute)
 };
 
-// The reactor's factory: forwards to `FecRouterNexthopInfoSm::FecRouterNexthopInfoSmIs`.
-inline Vox::Ptr<FecRouterNexthopInfoSm> fecRouterNexthopInfoSmFactory(
-    const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl,
-    const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
-    const Vox::Ptr<FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl) {
-  return FecRouterNexthopInfoSm::FecRouterNexthopInfoSmIs(
-      labelBindingTableColl, routerNexthopInfoColl, fecRouterNexthopInfoColl);
-}
+inline constexpr auto fecRouterNexthopInfoSmFactory =
+    FecRouterNexthopInfoSm::FecRouterNexthopInfoSmIs;
 
 }  // namespace Mpls

@@ -2,19 +2,6 @@
 
 namespace Mpls {
 
-LabelBindingTableNotifierSmManager::LabelBindingTableNotifierSmManager(
-    const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl,
-    const Vox::Ptr<LabelBindingTableNotifierSmColl>& labelBindingTableNotifierSmColl)
-    : labelBindingTableColl_(labelBindingTableColl),
-      labelBindingTableNotifierSmColl_(labelBindingTableNotifierSmColl) {
-  voxLabelBindingTableColl_.notifierIs(labelBindingTableColl_);
-  handleInitialized();
-}
-
-LabelBindingTableNotifierSmManager::~LabelBindingTableNotifierSmManager() {
-  handleDelete();
-}
-
 void LabelBindingTableNotifierSmManager::handleBindingTable(const RouterId& routerId) {
   QUILL_TRACE_FUNC();
   if (const auto table = labelBindingTableColl_->bindingTable(routerId)) {
@@ -32,10 +19,6 @@ void LabelBindingTableNotifierSmManager::handleInitialized() {
   for (const auto [routerId, table] : labelBindingTableColl_->bindingTableColl()) {
     handleBindingTable(routerId);
   }
-}
-
-void LabelBindingTableNotifierSmManager::handleDelete() {
-  leaveInitialized();
 }
 
 }  // namespace Mpls

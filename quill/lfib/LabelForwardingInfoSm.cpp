@@ -2,25 +2,6 @@
 
 namespace Mpls {
 
-LabelForwardingInfoSm::LabelForwardingInfoSm(
-    const Vox::Ptr<const LabelBindingTable>& localLabelBindingTable,
-    const Vox::Ptr<const FecRouterLabelInfoColl>& fecRouterLabelInfoColl,
-    const Vox::Ptr<const FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl,
-    const Vox::Ptr<LabelForwardingInfoColl>& labelForwardingInfoColl)
-    : fecLabelColl_(localLabelBindingTable),
-      fecRouterLabelInfoColl_(fecRouterLabelInfoColl),
-      fecRouterNexthopInfoColl_(fecRouterNexthopInfoColl),
-      labelForwardingInfoColl_(labelForwardingInfoColl) {
-  voxFecLabelColl_.notifierIs(fecLabelColl_);
-  voxFecRouterLabelInfoColl_.notifierIs(fecRouterLabelInfoColl_);
-  voxFecRouterNexthopInfoColl_.notifierIs(fecRouterNexthopInfoColl_);
-  handleInitialized();
-}
-
-LabelForwardingInfoSm::~LabelForwardingInfoSm() {
-  handleDelete();
-}
-
 void LabelForwardingInfoSm::processLabelForwardingInfo(Vela::MplsLabel localLabel,
                                                        const FibVia& via, Vela::MplsLabel peerLabel,
                                                        const FwdEqvClass& fec,
@@ -118,10 +99,6 @@ void LabelForwardingInfoSm::handleInitialized() {
         handleFecRouterNexthop(fec, routerId, via);
     }
   }
-}
-
-void LabelForwardingInfoSm::handleDelete() {
-  leaveInitialized();
 }
 
 }  // namespace Mpls

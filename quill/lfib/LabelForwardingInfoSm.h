@@ -14,38 +14,25 @@
 // Every per-key reactor, when its input entity is removed, runs its whole-entity handler once
 // more as a zombie, which withdraws what that entity justified. Initialization rebuilds the
 // output from nothing.
-#include <tuple>
-
 #include "platform/mpls/LabelBindingTable.h"
-#include "quill/core/StageReactor.h"
+#include "quill/core/Stage.h"
 #include "quill/model/FecRouterLabelInfoColl.h"
 #include "quill/model/FecRouterNexthopInfoColl.h"
 #include "quill/model/LabelForwardingInfoColl.h"
 
 namespace Mpls {
 
-class LabelForwardingInfoSm : public Quill::StageReactor<LabelForwardingInfoSm> {
+class LabelForwardingInfoSm
+    : public Quill::Stage<LabelForwardingInfoSm, const LabelBindingTable,
+                          const FecRouterLabelInfoColl, const FecRouterNexthopInfoColl,
+                          LabelForwardingInfoColl> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::LabelForwardingInfoSm";
-
-  LabelForwardingInfoSm(const Vox::Ptr<const LabelBindingTable>& localLabelBindingTable,
-                        const Vox::Ptr<const FecRouterLabelInfoColl>& fecRouterLabelInfoColl,
-                        const Vox::Ptr<const FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl,
-                        const Vox::Ptr<LabelForwardingInfoColl>& labelForwardingInfoColl);
-  ~LabelForwardingInfoSm() override;
-
-  static Vox::Ptr<LabelForwardingInfoSm> LabelForwardingInfoSmIs(
-      const Vox::Ptr<const LabelBindingTable>& localLabelBindingTable,
-      const Vox::Ptr<const FecRouterLabelInfoColl>& fecRouterLabelInfoColl,
-      const Vox::Ptr<const FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl,
-      const Vox::Ptr<LabelForwardingInfoColl>& labelForwardingInfoColl) {
-    return create(localLabelBindingTable, fecRouterLabelInfoColl, fecRouterNexthopInfoColl,
-                  labelForwardingInfoColl);
-  }
-  auto constructorArguments() const {
-    return std::tuple(fecLabelColl_.ptr(), fecRouterLabelInfoColl_.ptr(),
-                      fecRouterNexthopInfoColl_.ptr(), labelForwardingInfoColl_.ptr());
-  }
+  // (localLabelBindingTable, fecRouterLabelInfoColl, fecRouterNexthopInfoColl,
+  //  labelForwardingInfoColl)
+  using Stage::Stage;
+  ~LabelForwardingInfoSm() override { handleDelete(); }
+  static constexpr auto LabelForwardingInfoSmIs = &stageIs;
 
   // The local label binding table.
   const Vox::Ptr<const LabelBindingTable>& fecLabelColl() const { return fecLabelColl_; }
@@ -91,52 +78,21 @@ class LabelForwardingInfoSm : public Quill::StageReactor<LabelForwardingInfoSm> 
   using VoxRouterNexthopInfo = VoxFecRouterNexthop::Nested;
 
   void handleInitialized();
-  void handleDelete();
-
-  VoxFecLabelSet* fecLabelSetIs(const Vox::Ptr<const FecLabelSet>& entity) {
-    return fecLabelSet_.is(entity);
-  }
-  void fecLabelSetDel(const FwdEqvClass& fec) { fecLabelSet_.del(fec); }
-  void fecLabelSetDelAll() { fecLabelSet_.delAll(); }
-  VoxFecRouterLabel* fecRouterLabelIs(const Vox::Ptr<const FecRouterLabelInfo>& entity) {
-    return fecRouterLabel_.is(entity);
-  }
-  void fecRouterLabelDel(const FwdEqvClass& fec) { fecRouterLabel_.del(fec); }
-  void fecRouterLabelDelAll() { fecRouterLabel_.delAll(); }
-  VoxFecRouterNexthop* fecRouterNexthopIs(const Vox::Ptr<const FecRouterNexthopInfo>& entity) {
-    return fecRouterNexthop_.is(entity);
-  }
-  void fecRouterNexthopDel(const FwdEqvClass& fec) { fecRouterNexthop_.del(fec); }
-  void fecRouterNexthopDelAll() { fecRouterNexthop_.delAll(); }
+  void handleDelete() { leaveInitialized(); }
 
  private:
-  Vox::Ptr<const LabelBindingTable> fecLabelColl_;
-  Vox::Ptr<const FecRouterLabelInfoColl> fecRouterLabelInfoColl_;
-  Vox::Ptr<const FecRouterNexthopInfoColl> fecRouterNexthopInfoColl_;
-  Vox::Ptr<LabelForwardingInfoColl> labelForwardingInfoColl_;
-  Vox::PerKeyReactorColl<VoxFecLabelSet> fecLabelSet_{*this, "Mpls::LabelForwardingInfoSm",
-                                                      "fecLabelSet"};
-  Vox::PerKeyReactorColl<VoxFecRouterLabel> fecRouterLabel_{*this, "Mpls::LabelForwardingInfoSm",
-                                                            "fecRouterLabel"};
-  Vox::PerKeyReactorColl<VoxFecRouterNexthop> fecRouterNexthop_{
-      *this, "Mpls::LabelForwardingInfoSm", "fecRouterNexthop"};
-  Vox::CollectionObserver<LabelBindingTable::bindingAttribute, VoxFecLabelSet> voxFecLabelColl_{
-      *this, fecLabelSet_};
-  Vox::CollectionObserver<FecRouterLabelInfoColl::fecRouterLabelAttribute, VoxFecRouterLabel>
-      voxFecRouterLabelInfoColl_{*this, fecRouterLabel_};
-  Vox::CollectionObserver<FecRouterNexthopInfoColl::fecRouterNexthopAttribute, VoxFecRouterNexthop>
-      voxFecRouterNexthopInfoColl_{*this, fecRouterNexthop_};
+  const Vox::Ptr<const LabelBindingTable>& fecLabelColl_ = collection<0>();
+  const Vox::Ptr<const FecRouterLabelInfoColl>& fecRouterLabelInfoColl_ = collection<1>();
+  const Vox::Ptr<const FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl_ = collection<2>();
+  const Vox::Ptr<LabelForwardingInfoColl>& labelForwardingInfoColl_ = collection<3>();
+  QUILL_PER_KEY_REACTORS(fecLabelSet, VoxFecLabelSet, VoxFecLabelColl,
+                         LabelBindingTable::bindingAttribute)
+  QUILL_PER_KEY_REACTORS(fecRouterLabel, VoxFecRouterLabel, VoxFecRouterLabelInfoColl,
+                         FecRouterLabelInfoColl::fecRouterLabelAttribute)
+  QUILL_PER_KEY_REACTORS(fecRouterNexthop, VoxFecRouterNexthop, VoxFecRouterNexthopInfoColl,
+                         FecRouterNexthopInfoColl::fecRouterNexthopAttribute)
 };
 
-// The reactor's factory: forwards to `LabelForwardingInfoSm::LabelForwardingInfoSmIs`.
-inline Vox::Ptr<LabelForwardingInfoSm> labelForwardingInfoSmFactory(
-    const Vox::Ptr<const LabelBindingTable>& localLabelBindingTable,
-    const Vox::Ptr<const FecRouterLabelInfoColl>& fecRouterLabelInfoColl,
-    const Vox::Ptr<const FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl,
-    const Vox::Ptr<LabelForwardingInfoColl>& labelForwardingInfoColl) {
-  return LabelForwardingInfoSm::LabelForwardingInfoSmIs(
-      localLabelBindingTable, fecRouterLabelInfoColl, fecRouterNexthopInfoColl,
-      labelForwardingInfoColl);
-}
+inline constexpr auto labelForwardingInfoSmFactory = LabelForwardingInfoSm::LabelForwardingInfoSmIs;
 
 }  // namespace Mpls

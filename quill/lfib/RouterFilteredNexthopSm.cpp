@@ -7,22 +7,6 @@ namespace Mpls {
 
 using Quill::TraceRouterId;
 
-RouterFilteredNexthopSm::RouterFilteredNexthopSm(
-    const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl,
-    const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
-    const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl)
-    : routerIpNexthopInfoColl_(routerIpNexthopInfoColl),
-      routerIpAddrInfoColl_(routerIpAddrInfoColl),
-      routerNexthopInfoColl_(routerNexthopInfoColl) {
-  voxRouterIpNexthopInfoColl_.notifierIs(routerIpNexthopInfoColl_);
-  voxRouterIpAddrInfoColl_.notifierIs(routerIpAddrInfoColl_);
-  handleInitialized();
-}
-
-RouterFilteredNexthopSm::~RouterFilteredNexthopSm() {
-  handleDelete();
-}
-
 void RouterFilteredNexthopSm::processRouterIpVia(const RouterId& routerId,
                                                  const Vela::IpGenAddr& ipAddr, const FibVia& via) {
   VOX_ASSERT(initialized(), "initialized()");
@@ -64,18 +48,6 @@ void RouterFilteredNexthopSm::handleInitialized() {
     for (const Vela::IpGenAddr& ipAddr : addrs.ipAddrColl())
       handleRouterIpAddr(routerId, ipAddr);
   }
-}
-
-void RouterFilteredNexthopSm::handleDelete() {
-  leaveInitialized();
-}
-
-Vox::Ptr<RouterFilteredNexthopSm> routerFilteredNexthopSmFactory(
-    const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl,
-    const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
-    const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
-  return RouterFilteredNexthopSm::RouterFilteredNexthopSmIs(
-      routerIpNexthopInfoColl, routerIpAddrInfoColl, routerNexthopInfoColl);
 }
 
 }  // namespace Mpls

@@ -14,33 +14,22 @@
 // Every per-key reactor, when its input entity is removed, runs its whole-entity handler once
 // more as a zombie over the contents it still holds, which withdraws what that entity justified.
 // Initialization rebuilds the output from nothing.
-#include <tuple>
-
-#include "quill/core/StageReactor.h"
+#include "quill/core/Stage.h"
 #include "quill/model/RouterIpAddrInfoColl.h"
 #include "quill/model/RouterIpNexthopInfoColl.h"
 #include "quill/model/RouterNexthopInfoColl.h"
 
 namespace Mpls {
 
-class RouterFilteredNexthopSm : public Quill::StageReactor<RouterFilteredNexthopSm> {
+class RouterFilteredNexthopSm
+    : public Quill::Stage<RouterFilteredNexthopSm, const RouterIpNexthopInfoColl,
+                          const RouterIpAddrInfoColl, RouterNexthopInfoColl> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::RouterFilteredNexthopSm";
-  RouterFilteredNexthopSm(const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl,
-                          const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
-                          const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl);
-  ~RouterFilteredNexthopSm() override;
-
-  static Vox::Ptr<RouterFilteredNexthopSm> RouterFilteredNexthopSmIs(
-      const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl,
-      const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
-      const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
-    return create(routerIpNexthopInfoColl, routerIpAddrInfoColl, routerNexthopInfoColl);
-  }
-  auto constructorArguments() const {
-    return std::tuple(routerIpNexthopInfoColl_.ptr(), routerIpAddrInfoColl_.ptr(),
-                      routerNexthopInfoColl_.ptr());
-  }
+  // (routerIpNexthopInfoColl, routerIpAddrInfoColl, routerNexthopInfoColl)
+  using Stage::Stage;
+  ~RouterFilteredNexthopSm() override { handleDelete(); }
+  static constexpr auto RouterFilteredNexthopSmIs = &stageIs;
 
   // Re-evaluates one triple; the single writer of the output. Fatal "initialized()" while
   // uninitialized.
@@ -67,36 +56,19 @@ class RouterFilteredNexthopSm : public Quill::StageReactor<RouterFilteredNexthop
       Vox::KeyForwarder<RouterFilteredNexthopSm, RouterIpAddrInfo::ipAddrAttribute,
                         &RouterFilteredNexthopSm::handleRouterIpAddr>;
   void handleInitialized();
-  void handleDelete();
-
-  VoxRouterIpNexthop* routerIpNexthopIs(const Vox::Ptr<const RouterIpNexthopInfo>& entity) {
-    return routerIpNexthop_.is(entity);
-  }
-  void routerIpNexthopDel(const RouterId& routerId) { routerIpNexthop_.del(routerId); }
-  void routerIpNexthopDelAll() { routerIpNexthop_.delAll(); }
-  VoxRouterIpAddr* routerIpAddrIs(const Vox::Ptr<const RouterIpAddrInfo>& entity) {
-    return routerIpAddr_.is(entity);
-  }
-  void routerIpAddrDel(const RouterId& routerId) { routerIpAddr_.del(routerId); }
-  void routerIpAddrDelAll() { routerIpAddr_.delAll(); }
+  void handleDelete() { leaveInitialized(); }
 
  private:
-  Vox::Ptr<const RouterIpNexthopInfoColl> routerIpNexthopInfoColl_;
-  Vox::Ptr<const RouterIpAddrInfoColl> routerIpAddrInfoColl_;
-  Vox::Ptr<RouterNexthopInfoColl> routerNexthopInfoColl_;
-  Vox::PerKeyReactorColl<VoxRouterIpNexthop> routerIpNexthop_{
-      *this, "Mpls::RouterFilteredNexthopSm", "routerIpNexthop"};
-  Vox::PerKeyReactorColl<VoxRouterIpAddr> routerIpAddr_{*this, "Mpls::RouterFilteredNexthopSm",
-                                                        "routerIpAddr"};
-  Vox::CollectionObserver<RouterIpNexthopInfoColl::routerIpNexthopAttribute, VoxRouterIpNexthop>
-      voxRouterIpNexthopInfoColl_{*this, routerIpNexthop_};
-  Vox::CollectionObserver<RouterIpAddrInfoColl::routerIpAddrAttribute, VoxRouterIpAddr>
-      voxRouterIpAddrInfoColl_{*this, routerIpAddr_};
+  const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl_ = collection<0>();
+  const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl_ = collection<1>();
+  const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl_ = collection<2>();
+  QUILL_PER_KEY_REACTORS(routerIpNexthop, VoxRouterIpNexthop, VoxRouterIpNexthopInfoColl,
+                         RouterIpNexthopInfoColl::routerIpNexthopAttribute)
+  QUILL_PER_KEY_REACTORS(routerIpAddr, VoxRouterIpAddr, VoxRouterIpAddrInfoColl,
+                         RouterIpAddrInfoColl::routerIpAddrAttribute)
 };
 
-Vox::Ptr<RouterFilteredNexthopSm> routerFilteredNexthopSmFactory(
-    const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl,
-    const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
-    const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl);
+inline constexpr auto routerFilteredNexthopSmFactory =
+    RouterFilteredNexthopSm::RouterFilteredNexthopSmIs;
 
 }  // namespace Mpls

@@ -2,19 +2,6 @@
 
 namespace Mpls {
 
-IntfRouterNexthopInfoSm::IntfRouterNexthopInfoSm(
-    const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
-    const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl)
-    : routerNexthopInfoColl_(routerNexthopInfoColl),
-      intfRouterNexthopInfoColl_(intfRouterNexthopInfoColl) {
-  voxRouterNexthopInfoColl_.notifierIs(routerNexthopInfoColl_);
-  handleInitialized();
-}
-
-IntfRouterNexthopInfoSm::~IntfRouterNexthopInfoSm() {
-  handleDelete();
-}
-
 void IntfRouterNexthopInfoSm::handleRouterNexthop(const RouterId& routerId, const FibVia& via) {
   VOX_ASSERT(initialized(), "initialized()");
   QUILL_TRACE_FUNC(routerId, via.hop(), via.intfId());
@@ -43,10 +30,6 @@ void IntfRouterNexthopInfoSm::handleInitialized() {
     for (const FibVia& via : router.viaColl())
       handleRouterNexthop(routerId, via);
   }
-}
-
-void IntfRouterNexthopInfoSm::handleDelete() {
-  leaveInitialized();
 }
 
 }  // namespace Mpls

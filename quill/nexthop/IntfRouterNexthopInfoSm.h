@@ -9,30 +9,21 @@
 // A router removed from the input as a whole while it still lists vias leaves them in the output
 // until the next initialization, which rebuilds the output from nothing: the producer of the
 // input removes vias one by one first.
-#include <tuple>
-
-#include "quill/core/StageReactor.h"
+#include "quill/core/Stage.h"
 #include "quill/model/IntfRouterNexthopInfoColl.h"
 #include "quill/model/RouterNexthopInfoColl.h"
 
 namespace Mpls {
 
-class IntfRouterNexthopInfoSm : public Quill::StageReactor<IntfRouterNexthopInfoSm> {
+class IntfRouterNexthopInfoSm
+    : public Quill::Stage<IntfRouterNexthopInfoSm, const RouterNexthopInfoColl,
+                          IntfRouterNexthopInfoColl> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::IntfRouterNexthopInfoSm";
-
-  IntfRouterNexthopInfoSm(const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
-                          const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl);
-  ~IntfRouterNexthopInfoSm() override;
-
-  static Vox::Ptr<IntfRouterNexthopInfoSm> IntfRouterNexthopInfoSmIs(
-      const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
-      const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl) {
-    return create(routerNexthopInfoColl, intfRouterNexthopInfoColl);
-  }
-  auto constructorArguments() const {
-    return std::tuple(routerNexthopInfoColl_.ptr(), intfRouterNexthopInfoColl_.ptr());
-  }
+  // (routerNexthopInfoColl, intfRouterNexthopInfoColl)
+  using Stage::Stage;
+  ~IntfRouterNexthopInfoSm() override { handleDelete(); }
+  static constexpr auto IntfRouterNexthopInfoSmIs = &stageIs;
 
   // Re-derives one (router, via) pair. Fatal "initialized()" while uninitialized.
   void handleRouterNexthop(const RouterId& routerId, const FibVia& via);
@@ -42,29 +33,16 @@ class IntfRouterNexthopInfoSm : public Quill::StageReactor<IntfRouterNexthopInfo
       Vox::KeyForwarder<IntfRouterNexthopInfoSm, RouterNexthopInfo::viaAttribute,
                         &IntfRouterNexthopInfoSm::handleRouterNexthop, Vox::Removal::kDrop>;
   void handleInitialized();
-  void handleDelete();
-
-  VoxRouterNexthop* routerNexthopIs(const Vox::Ptr<const RouterNexthopInfo>& entity) {
-    return routerNexthop_.is(entity);
-  }
-  void routerNexthopDel(const RouterId& routerId) { routerNexthop_.del(routerId); }
-  void routerNexthopDelAll() { routerNexthop_.delAll(); }
+  void handleDelete() { leaveInitialized(); }
 
  private:
-  Vox::Ptr<const RouterNexthopInfoColl> routerNexthopInfoColl_;
-  Vox::Ptr<IntfRouterNexthopInfoColl> intfRouterNexthopInfoColl_;
-  Vox::PerKeyReactorColl<VoxRouterNexthop> routerNexthop_{*this, "Mpls::IntfRouterNexthopInfoSm",
-                                                          "routerNexthop"};
-  Vox::CollectionObserver<RouterNexthopInfoColl::routerNexthopAttribute, VoxRouterNexthop>
-      voxRouterNexthopInfoColl_{*this, routerNexthop_};
+  const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl_ = collection<0>();
+  const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl_ = collection<1>();
+  QUILL_PER_KEY_REACTORS(routerNexthop, VoxRouterNexthop, VoxRouterNexthopInfoColl,
+                         RouterNexthopInfoColl::routerNexthopAttribute)
 };
 
-// The reactor's factory: forwards to `IntfRouterNexthopInfoSm::IntfRouterNexthopInfoSmIs`.
-inline Vox::Ptr<IntfRouterNexthopInfoSm> intfRouterNexthopInfoSmFactory(
-    const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl,
-    const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl) {
-  return IntfRouterNexthopInfoSm::IntfRouterNexthopInfoSmIs(routerNexthopInfoColl,
-                                                            intfRouterNexthopInfoColl);
-}
+inline constexpr auto intfRouterNexthopInfoSmFactory =
+    IntfRouterNexthopInfoSm::IntfRouterNexthopInfoSmIs;
 
 }  // namespace Mpls

@@ -5,22 +5,6 @@
 
 namespace Mpls {
 
-RouterIpNexthopInfoSm::RouterIpNexthopInfoSm(
-    const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
-    const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
-    const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl)
-    : intfRouterNexthopInfoColl_(intfRouterNexthopInfoColl),
-      mplsIntfColl_(mplsIntfColl),
-      routerIpNexthopInfoColl_(routerIpNexthopInfoColl) {
-  voxIntfRouterNexthopInfoColl_.notifierIs(intfRouterNexthopInfoColl_);
-  voxMplsIntfColl_.notifierIs(mplsIntfColl_);
-  handleInitialized();
-}
-
-RouterIpNexthopInfoSm::~RouterIpNexthopInfoSm() {
-  handleDelete();
-}
-
 void RouterIpNexthopInfoSm::processIntfRouterNexthop(Vela::IntfId intfId, const RouterId& routerId,
                                                      const FibVia& via) {
   QUILL_TRACE_FUNC(intfId, routerId, via);
@@ -79,10 +63,6 @@ void RouterIpNexthopInfoSm::handleInitialized() {
   }
   for (const Vela::IntfId& intfId : mplsIntfColl_->intfIdColl())
     handleIntfId(intfId);
-}
-
-void RouterIpNexthopInfoSm::handleDelete() {
-  leaveInitialized();
 }
 
 }  // namespace Mpls

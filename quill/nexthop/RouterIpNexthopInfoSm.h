@@ -10,33 +10,22 @@
 //
 // Per-key reactors: one per interface entity of the input, each keeping one per router entity
 // under its interface.
-#include <tuple>
-
-#include "quill/core/StageReactor.h"
+#include "quill/core/Stage.h"
 #include "quill/model/IntfRouterNexthopInfoColl.h"
 #include "quill/model/MplsIntfColl.h"
 #include "quill/model/RouterIpNexthopInfoColl.h"
 
 namespace Mpls {
 
-class RouterIpNexthopInfoSm : public Quill::StageReactor<RouterIpNexthopInfoSm> {
+class RouterIpNexthopInfoSm
+    : public Quill::Stage<RouterIpNexthopInfoSm, const IntfRouterNexthopInfoColl,
+                          const MplsIntfColl, RouterIpNexthopInfoColl> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::RouterIpNexthopInfoSm";
-  RouterIpNexthopInfoSm(const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
-                        const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
-                        const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl);
-  ~RouterIpNexthopInfoSm() override;
-
-  static Vox::Ptr<RouterIpNexthopInfoSm> RouterIpNexthopInfoSmIs(
-      const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
-      const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
-      const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl) {
-    return create(intfRouterNexthopInfoColl, mplsIntfColl, routerIpNexthopInfoColl);
-  }
-  auto constructorArguments() const {
-    return std::tuple(intfRouterNexthopInfoColl_.ptr(), mplsIntfColl_.ptr(),
-                      routerIpNexthopInfoColl_.ptr());
-  }
+  // (intfRouterNexthopInfoColl, mplsIntfColl, routerIpNexthopInfoColl)
+  using Stage::Stage;
+  ~RouterIpNexthopInfoSm() override { handleDelete(); }
+  static constexpr auto RouterIpNexthopInfoSmIs = &stageIs;
 
   // Re-derives one (interface, router, via) triple; the single writer of the output. Fatal when
   // the via does not leave through `intfId`.
@@ -60,34 +49,19 @@ class RouterIpNexthopInfoSm : public Quill::StageReactor<RouterIpNexthopInfoSm> 
   // An interface joined or left MPLS. Fatal "initialized()" while uninitialized.
   void handleIntfId(Vela::IntfId intfId);
   void handleInitialized();
-  void handleDelete();
-
-  VoxIntfRouterNexthop* intfRouterNexthopIs(const Vox::Ptr<const IntfRouterNexthopInfo>& entity) {
-    return intfRouterNexthop_.is(entity);
-  }
-  void intfRouterNexthopDel(Vela::IntfId intfId) { intfRouterNexthop_.del(intfId); }
-  void intfRouterNexthopDelAll() { intfRouterNexthop_.delAll(); }
+  void handleDelete() { leaveInitialized(); }
 
  private:
-  Vox::Ptr<const IntfRouterNexthopInfoColl> intfRouterNexthopInfoColl_;
-  Vox::Ptr<const MplsIntfColl> mplsIntfColl_;
-  Vox::Ptr<RouterIpNexthopInfoColl> routerIpNexthopInfoColl_;
-  Vox::PerKeyReactorColl<VoxIntfRouterNexthop> intfRouterNexthop_{
-      *this, "Mpls::RouterIpNexthopInfoSm", "intfRouterNexthop"};
-  Vox::CollectionObserver<IntfRouterNexthopInfoColl::intfRouterNexthopAttribute,
-                          VoxIntfRouterNexthop>
-      voxIntfRouterNexthopInfoColl_{*this, intfRouterNexthop_};
+  const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl_ = collection<0>();
+  const Vox::Ptr<const MplsIntfColl>& mplsIntfColl_ = collection<1>();
+  const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl_ = collection<2>();
+  QUILL_PER_KEY_REACTORS(intfRouterNexthop, VoxIntfRouterNexthop, VoxIntfRouterNexthopInfoColl,
+                         IntfRouterNexthopInfoColl::intfRouterNexthopAttribute)
+ private:
   Vox::KeyObserver<MplsIntfColl::intfIdAttribute, &RouterIpNexthopInfoSm::handleIntfId>
-      voxMplsIntfColl_{*this};
+      mplsIntfObserver_{*this, mplsIntfColl_};
 };
 
-// The reactor's factory: forwards to `RouterIpNexthopInfoSm::RouterIpNexthopInfoSmIs`.
-inline Vox::Ptr<RouterIpNexthopInfoSm> routerIpNexthopInfoSmFactory(
-    const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl,
-    const Vox::Ptr<const MplsIntfColl>& mplsIntfColl,
-    const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl) {
-  return RouterIpNexthopInfoSm::RouterIpNexthopInfoSmIs(intfRouterNexthopInfoColl, mplsIntfColl,
-                                                        routerIpNexthopInfoColl);
-}
+inline constexpr auto routerIpNexthopInfoSmFactory = RouterIpNexthopInfoSm::RouterIpNexthopInfoSmIs;
 
 }  // namespace Mpls

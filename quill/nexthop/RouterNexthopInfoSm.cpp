@@ -11,22 +11,6 @@ void assertViasMatchJustifications(const RouterNexthopInfo& routerNexthopInfo) {
 }
 }  // namespace
 
-RouterNexthopInfoSm::RouterNexthopInfoSm(
-    const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
-    const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl,
-    const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl)
-    : ipAddrRouterIdInfoColl_(ipAddrRouterIdInfoColl),
-      ipNexthopInfoColl_(ipNexthopInfoColl),
-      routerNexthopInfoColl_(routerNexthopInfoColl) {
-  voxIpAddrRouterIdInfoColl_.notifierIs(ipAddrRouterIdInfoColl_);
-  voxIpNexthopInfoColl_.notifierIs(ipNexthopInfoColl_);
-  handleInitialized();
-}
-
-RouterNexthopInfoSm::~RouterNexthopInfoSm() {
-  handleDelete();
-}
-
 void RouterNexthopInfoSm::processRouterNexthopIp(const RouterId& routerId, const FibVia& via,
                                                  const Vela::IpGenAddr& ipAddr) {
   QUILL_TRACE_FUNC(routerId, via, ipAddr);
@@ -73,10 +57,6 @@ void RouterNexthopInfoSm::handleInitialized() {
     for (const FibVia& via : vias.viaColl())
       handleIpAddrVia(ipAddr, via);
   }
-}
-
-void RouterNexthopInfoSm::handleDelete() {
-  leaveInitialized();
 }
 
 }  // namespace Mpls

@@ -13,34 +13,21 @@
 // only while the other side still lists its partner. An input entity removed as a whole before
 // its members leaves its triples in the output until the next initialization, which rebuilds the
 // output from nothing.
-#include <tuple>
-
-#include "quill/core/StageReactor.h"
+#include "quill/core/Stage.h"
 #include "quill/model/IpAddrRouterIdInfoColl.h"
 #include "quill/model/IpNexthopInfoColl.h"
 #include "quill/model/RouterNexthopInfoColl.h"
 
 namespace Mpls {
 
-class RouterNexthopInfoSm : public Quill::StageReactor<RouterNexthopInfoSm> {
+class RouterNexthopInfoSm : public Quill::Stage<RouterNexthopInfoSm, const IpAddrRouterIdInfoColl,
+                                                const IpNexthopInfoColl, RouterNexthopInfoColl> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::RouterNexthopInfoSm";
-
-  RouterNexthopInfoSm(const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
-                      const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl,
-                      const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl);
-  ~RouterNexthopInfoSm() override;
-
-  static Vox::Ptr<RouterNexthopInfoSm> RouterNexthopInfoSmIs(
-      const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
-      const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl,
-      const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
-    return create(ipAddrRouterIdInfoColl, ipNexthopInfoColl, routerNexthopInfoColl);
-  }
-  auto constructorArguments() const {
-    return std::tuple(ipAddrRouterIdInfoColl_.ptr(), ipNexthopInfoColl_.ptr(),
-                      routerNexthopInfoColl_.ptr());
-  }
+  // (ipAddrRouterIdInfoColl, ipNexthopInfoColl, routerNexthopInfoColl)
+  using Stage::Stage;
+  ~RouterNexthopInfoSm() override { handleDelete(); }
+  static constexpr auto RouterNexthopInfoSmIs = &stageIs;
 
   // Re-derives one (router, via, address) triple; the single writer of the output.
   void processRouterNexthopIp(const RouterId& routerId, const FibVia& via,
@@ -59,39 +46,18 @@ class RouterNexthopInfoSm : public Quill::StageReactor<RouterNexthopInfoSm> {
       Vox::KeyForwarder<RouterNexthopInfoSm, IpNexthopInfo::viaAttribute,
                         &RouterNexthopInfoSm::handleIpAddrVia, Vox::Removal::kDrop>;
   void handleInitialized();
-  void handleDelete();
-
-  VoxIpAddrRouterId* ipAddrRouterIdIs(const Vox::Ptr<const IpAddrRouterIdInfo>& entity) {
-    return ipAddrRouterId_.is(entity);
-  }
-  void ipAddrRouterIdDel(const Vela::IpGenAddr& ipAddr) { ipAddrRouterId_.del(ipAddr); }
-  void ipAddrRouterIdDelAll() { ipAddrRouterId_.delAll(); }
-  VoxIpNexthop* ipNexthopIs(const Vox::Ptr<const IpNexthopInfo>& entity) {
-    return ipNexthop_.is(entity);
-  }
-  void ipNexthopDel(const Vela::IpGenAddr& ipAddr) { ipNexthop_.del(ipAddr); }
-  void ipNexthopDelAll() { ipNexthop_.delAll(); }
+  void handleDelete() { leaveInitialized(); }
 
  private:
-  Vox::Ptr<const IpAddrRouterIdInfoColl> ipAddrRouterIdInfoColl_;
-  Vox::Ptr<const IpNexthopInfoColl> ipNexthopInfoColl_;
-  Vox::Ptr<RouterNexthopInfoColl> routerNexthopInfoColl_;
-  Vox::PerKeyReactorColl<VoxIpAddrRouterId> ipAddrRouterId_{*this, "Mpls::RouterNexthopInfoSm",
-                                                            "ipAddrRouterId"};
-  Vox::PerKeyReactorColl<VoxIpNexthop> ipNexthop_{*this, "Mpls::RouterNexthopInfoSm", "ipNexthop"};
-  Vox::CollectionObserver<IpAddrRouterIdInfoColl::ipAddrRouterIdAttribute, VoxIpAddrRouterId>
-      voxIpAddrRouterIdInfoColl_{*this, ipAddrRouterId_};
-  Vox::CollectionObserver<IpNexthopInfoColl::ipNexthopAttribute, VoxIpNexthop>
-      voxIpNexthopInfoColl_{*this, ipNexthop_};
+  const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl_ = collection<0>();
+  const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl_ = collection<1>();
+  const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl_ = collection<2>();
+  QUILL_PER_KEY_REACTORS(ipAddrRouterId, VoxIpAddrRouterId, VoxIpAddrRouterIdInfoColl,
+                         IpAddrRouterIdInfoColl::ipAddrRouterIdAttribute)
+  QUILL_PER_KEY_REACTORS(ipNexthop, VoxIpNexthop, VoxIpNexthopInfoColl,
+                         IpNexthopInfoColl::ipNexthopAttribute)
 };
 
-// The reactor's factory: forwards to `RouterNexthopInfoSm::RouterNexthopInfoSmIs`.
-inline Vox::Ptr<RouterNexthopInfoSm> routerNexthopInfoSmFactory(
-    const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
-    const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl,
-    const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl) {
-  return RouterNexthopInfoSm::RouterNexthopInfoSmIs(ipAddrRouterIdInfoColl, ipNexthopInfoColl,
-                                                    routerNexthopInfoColl);
-}
+inline constexpr auto routerNexthopInfoSmFactory = RouterNexthopInfoSm::RouterNexthopInfoSmIs;
 
 }  // namespace Mpls

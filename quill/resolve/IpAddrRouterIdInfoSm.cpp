@@ -2,19 +2,6 @@
 
 namespace Mpls {
 
-IpAddrRouterIdInfoSm::IpAddrRouterIdInfoSm(
-    const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
-    const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl)
-    : routerIpAddrInfoColl_(routerIpAddrInfoColl), ipAddrRouterIdInfoColl_(ipAddrRouterIdInfoColl) {
-  // Creates one per-key reactor per router present; their scans do nothing yet.
-  voxRouterIpAddrInfoColl_.notifierIs(routerIpAddrInfoColl_);
-  handleInitialized();
-}
-
-IpAddrRouterIdInfoSm::~IpAddrRouterIdInfoSm() {
-  handleDelete();
-}
-
 void IpAddrRouterIdInfoSm::handleRouterIpAddr(const RouterId& routerId,
                                               const Vela::IpGenAddr& ipAddr) {
   if (!initialized()) return;
@@ -52,16 +39,6 @@ void IpAddrRouterIdInfoSm::handleInitialized() {
     for (const RouterId& routerId : entry.routerIdColl())
       handleRouterIpAddr(routerId, ipAddr);
   }
-}
-
-void IpAddrRouterIdInfoSm::handleDelete() {
-  leaveInitialized();
-}
-
-Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSmFactory(
-    const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
-    const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl) {
-  return IpAddrRouterIdInfoSm::IpAddrRouterIdInfoSmIs(routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
 }
 
 }  // namespace Mpls

@@ -12,35 +12,26 @@
 // output alike. While uninitialized it ignores every call.
 #include <tuple>
 
-#include "quill/core/StageReactor.h"
+#include "quill/core/Stage.h"
 #include "quill/model/IpAddrRouterIdInfoColl.h"
 #include "quill/model/RouterIpAddrInfoColl.h"
 
 namespace Mpls {
 
-class IpAddrRouterIdInfoSm : public Quill::StageReactor<IpAddrRouterIdInfoSm> {
+class IpAddrRouterIdInfoSm : public Quill::Stage<IpAddrRouterIdInfoSm, const RouterIpAddrInfoColl,
+                                                 IpAddrRouterIdInfoColl> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::IpAddrRouterIdInfoSm";
-
-  IpAddrRouterIdInfoSm(const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
-                       const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl);
-  ~IpAddrRouterIdInfoSm() override;
-
-  static Vox::Ptr<IpAddrRouterIdInfoSm> IpAddrRouterIdInfoSmIs(
-      const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
-      const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl) {
-    return create(routerIpAddrInfoColl, ipAddrRouterIdInfoColl);
-  }
+  // (routerIpAddrInfoColl, ipAddrRouterIdInfoColl)
+  using Stage::Stage;
+  ~IpAddrRouterIdInfoSm() override { handleDelete(); }
+  static constexpr auto IpAddrRouterIdInfoSmIs = &stageIs;
 
   const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl() const {
     return routerIpAddrInfoColl_;
   }
   const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl() const {
     return ipAddrRouterIdInfoColl_;
-  }
-  // The objects it was constructed with, for identity comparison by its owner.
-  auto constructorArguments() const {
-    return std::tuple(routerIpAddrInfoColl_.ptr(), ipAddrRouterIdInfoColl_.ptr());
   }
 
   void handleRouterIpAddr(const RouterId& routerId, const Vela::IpGenAddr& ipAddr);
@@ -53,30 +44,15 @@ class IpAddrRouterIdInfoSm : public Quill::StageReactor<IpAddrRouterIdInfoSm> {
       Vox::KeyForwarder<IpAddrRouterIdInfoSm, RouterIpAddrInfo::ipAddrAttribute,
                         &IpAddrRouterIdInfoSm::handleRouterIpAddr, Vox::Removal::kDrop>;
   void handleInitialized();
-  void handleDelete();
-
-  VoxRouterIpAddr* routerIpAddr(const RouterId& routerId) const {
-    return routerIpAddr_.find(routerId);
-  }
-  VoxRouterIpAddr* routerIpAddrIs(const Vox::Ptr<const RouterIpAddrInfo>& info) {
-    return routerIpAddr_.is(info);
-  }
-  void routerIpAddrDel(const RouterId& routerId) { routerIpAddr_.del(routerId); }
-  void routerIpAddrDelAll() { routerIpAddr_.delAll(); }
+  void handleDelete() { leaveInitialized(); }
 
  private:
-  using VoxRouterIpAddrInfoColl =
-      Vox::CollectionObserver<RouterIpAddrInfoColl::routerIpAddrAttribute, VoxRouterIpAddr>;
-
-  Vox::Ptr<const RouterIpAddrInfoColl> routerIpAddrInfoColl_;
-  Vox::Ptr<IpAddrRouterIdInfoColl> ipAddrRouterIdInfoColl_;
-  Vox::PerKeyReactorColl<VoxRouterIpAddr> routerIpAddr_{*this, "Mpls::IpAddrRouterIdInfoSm",
-                                                        "routerIpAddr"};
-  VoxRouterIpAddrInfoColl voxRouterIpAddrInfoColl_{*this, routerIpAddr_};
+  const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl_ = collection<0>();
+  const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl_ = collection<1>();
+  QUILL_PER_KEY_REACTORS(routerIpAddr, VoxRouterIpAddr, VoxRouterIpAddrInfoColl,
+                         RouterIpAddrInfoColl::routerIpAddrAttribute)
 };
 
-Vox::Ptr<IpAddrRouterIdInfoSm> ipAddrRouterIdInfoSmFactory(
-    const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl,
-    const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl);
+inline constexpr auto ipAddrRouterIdInfoSmFactory = IpAddrRouterIdInfoSm::IpAddrRouterIdInfoSmIs;
 
 }  // namespace Mpls

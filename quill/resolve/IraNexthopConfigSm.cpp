@@ -2,18 +2,6 @@
 
 namespace Mpls {
 
-IraNexthopConfigSm::IraNexthopConfigSm(
-    const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
-    const Vox::Ptr<Routing::NexthopVrfConfig>& nexthopConfig)
-    : ipAddrRouterIdInfoColl_(ipAddrRouterIdInfoColl), nexthopConfig_(nexthopConfig) {
-  if (ipAddrRouterIdInfoColl_) voxIpAddrRouterIdInfoColl_.notifierIs(ipAddrRouterIdInfoColl_);
-  handleInitialized();
-}
-
-IraNexthopConfigSm::~IraNexthopConfigSm() {
-  handleDelete();
-}
-
 void IraNexthopConfigSm::handleIpAddr(const Vela::IpGenAddr& ipAddr) {
   VOX_ASSERT(initialized(), "initialized()");
   QUILL_TRACE_FUNC(ipAddr);
@@ -39,10 +27,6 @@ void IraNexthopConfigSm::handleInitialized() {
        ++it) {
     handleIpAddr(it.key());
   }
-}
-
-void IraNexthopConfigSm::handleDelete() {
-  leaveInitialized();
 }
 
 }  // namespace Mpls

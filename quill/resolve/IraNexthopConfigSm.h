@@ -9,58 +9,42 @@
 // Unlike the inversion, a change that reaches this reactor while it is uninitialized is a broken
 // invariant (fatal "initialized()"): its owner must turn notifications off, or destroy it, before
 // calling `handleDelete`.
-#include <tuple>
-
 #include "platform/routing/NexthopVrfConfig.h"
-#include "quill/core/StageReactor.h"
+#include "quill/core/Stage.h"
 #include "quill/model/IpAddrRouterIdInfoColl.h"
 
 namespace Mpls {
 
-class IraNexthopConfigSm : public Quill::StageReactor<IraNexthopConfigSm> {
+class IraNexthopConfigSm : public Quill::Stage<IraNexthopConfigSm, const IpAddrRouterIdInfoColl,
+                                               Routing::NexthopVrfConfig> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::IraNexthopConfigSm";
-
-  // `ipAddrRouterIdInfoColl` may be null: the reactor then only withdraws existing requests.
-  IraNexthopConfigSm(const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
-                     const Vox::Ptr<Routing::NexthopVrfConfig>& nexthopConfig);
-  ~IraNexthopConfigSm() override;
-
-  static Vox::Ptr<IraNexthopConfigSm> IraNexthopConfigSmIs(
-      const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
-      const Vox::Ptr<Routing::NexthopVrfConfig>& nexthopConfig) {
-    return create(ipAddrRouterIdInfoColl, nexthopConfig);
-  }
+  // (ipAddrRouterIdInfoColl, nexthopConfig). `ipAddrRouterIdInfoColl` may be null: the reactor
+  // then only withdraws existing requests.
+  using Stage::Stage;
+  ~IraNexthopConfigSm() override { handleDelete(); }
+  static constexpr auto IraNexthopConfigSmIs = &stageIs;
 
   const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl() const {
     return ipAddrRouterIdInfoColl_;
   }
   const Vox::Ptr<Routing::NexthopVrfConfig>& nexthopConfig() const { return nexthopConfig_; }
-  auto constructorArguments() const {
-    return std::tuple(ipAddrRouterIdInfoColl_.ptr(), nexthopConfig_.ptr());
-  }
 
   // Re-derives the request for one address. Fatal "initialized()" while uninitialized.
   void handleIpAddr(const Vela::IpGenAddr& ipAddr);
   void handleInitialized();
-  void handleDelete();
+  void handleDelete() { leaveInitialized(); }
 
  private:
-  Vox::Ptr<const IpAddrRouterIdInfoColl> ipAddrRouterIdInfoColl_;
-  Vox::Ptr<Routing::NexthopVrfConfig> nexthopConfig_;
+  const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl_ = collection<0>();
+  const Vox::Ptr<Routing::NexthopVrfConfig>& nexthopConfig_ = collection<1>();
   // Only additions and removals of whole address entries reach it; router changes within an
   // entry do not matter here.
-  using VoxIpAddrRouterIdInfoColl =
-      Vox::KeyObserver<IpAddrRouterIdInfoColl::ipAddrRouterIdAttribute,
-                       &IraNexthopConfigSm::handleIpAddr>;
-  VoxIpAddrRouterIdInfoColl voxIpAddrRouterIdInfoColl_{*this};
+  Vox::KeyObserver<IpAddrRouterIdInfoColl::ipAddrRouterIdAttribute,
+                   &IraNexthopConfigSm::handleIpAddr>
+      ipAddrObserver_{*this, ipAddrRouterIdInfoColl_};
 };
 
-// The reactor's factory: forwards to `IraNexthopConfigSm::IraNexthopConfigSmIs`.
-inline Vox::Ptr<IraNexthopConfigSm> iraNexthopConfigSmFactory(
-    const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl,
-    const Vox::Ptr<Routing::NexthopVrfConfig>& nexthopConfig) {
-  return IraNexthopConfigSm::IraNexthopConfigSmIs(ipAddrRouterIdInfoColl, nexthopConfig);
-}
+inline constexpr auto iraNexthopConfigSmFactory = IraNexthopConfigSm::IraNexthopConfigSmIs;
 
 }  // namespace Mpls

@@ -4,23 +4,6 @@
 
 namespace Mpls {
 
-IraNexthopStatusSm::IraNexthopStatusSm(
-    const Vox::Ptr<Routing::NexthopBacklog>& nexthopBacklog,
-    const Vox::Ptr<const Routing::NexthopVrfStatus>& nexthopStatus,
-    const Vox::Ptr<const Brisk::Fib::ForwardingStatus>& forwardingStatus,
-    const Vox::Ptr<IpNexthopInfoColl>& ipNexthopInfoColl)
-    : nexthopBacklog_(nexthopBacklog),
-      nexthopStatus_(nexthopStatus),
-      forwardingStatus_(forwardingStatus),
-      ipNexthopInfoColl_(ipNexthopInfoColl) {
-  if (nexthopBacklog_) voxNexthopBacklog_.notifierIs(nexthopBacklog_);
-  handleInitialized();
-}
-
-IraNexthopStatusSm::~IraNexthopStatusSm() {
-  handleDelete();
-}
-
 void IraNexthopStatusSm::processNexthop(const Vela::IpGenAddr& ipAddr) {
   QUILL_TRACE_FUNC(ipAddr);
   const Vela::IpGenAddr address = ipAddr;  // `ipAddr` may be the backlog's own copy
@@ -86,19 +69,6 @@ void IraNexthopStatusSm::handleInitialized() {
   // Every address with output, so that addresses with no answer any more lose theirs.
   for (const auto [ipAddr, entry] : ipNexthopInfoColl_->ipNexthopColl())
     processNexthop(ipAddr);
-}
-
-void IraNexthopStatusSm::handleDelete() {
-  leaveInitialized();
-}
-
-Vox::Ptr<IraNexthopStatusSm> iraNexthopStatusSmFactory(
-    const Vox::Ptr<Routing::NexthopBacklog>& nexthopBacklog,
-    const Vox::Ptr<const Routing::NexthopVrfStatus>& nexthopStatus,
-    const Vox::Ptr<const Brisk::Fib::ForwardingStatus>& forwardingStatus,
-    const Vox::Ptr<IpNexthopInfoColl>& ipNexthopInfoColl) {
-  return IraNexthopStatusSm::IraNexthopStatusSmIs(nexthopBacklog, nexthopStatus, forwardingStatus,
-                                                  ipNexthopInfoColl);
 }
 
 }  // namespace Mpls

@@ -15,62 +15,44 @@
 // A FEC reporting more than 600 vias makes `processNexthop` throw the range exception
 // "ViaIndex::value < ViaIndex::min or > ViaIndex::max not allowed" once 600 were read; the
 // address's entry then keeps its previous vias and the address is no longer in the backlog.
-#include <tuple>
-
 #include "platform/brisk/ForwardingStatus.h"
 #include "platform/routing/NexthopBacklog.h"
 #include "platform/routing/NexthopVrfStatus.h"
-#include "quill/core/StageReactor.h"
+#include "quill/core/Stage.h"
 #include "quill/model/IpNexthopInfoColl.h"
 
 namespace Mpls {
 
-class IraNexthopStatusSm : public Quill::StageReactor<IraNexthopStatusSm> {
+class IraNexthopStatusSm
+    : public Quill::Stage<IraNexthopStatusSm, Routing::NexthopBacklog,
+                          const Routing::NexthopVrfStatus, const Brisk::Fib::ForwardingStatus,
+                          IpNexthopInfoColl> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "Mpls::IraNexthopStatusSm";
-
-  // `nexthopBacklog` may be null: the reactor then only follows initialization.
-  IraNexthopStatusSm(const Vox::Ptr<Routing::NexthopBacklog>& nexthopBacklog,
-                     const Vox::Ptr<const Routing::NexthopVrfStatus>& nexthopStatus,
-                     const Vox::Ptr<const Brisk::Fib::ForwardingStatus>& forwardingStatus,
-                     const Vox::Ptr<IpNexthopInfoColl>& ipNexthopInfoColl);
-  ~IraNexthopStatusSm() override;
-
-  static Vox::Ptr<IraNexthopStatusSm> IraNexthopStatusSmIs(
-      const Vox::Ptr<Routing::NexthopBacklog>& nexthopBacklog,
-      const Vox::Ptr<const Routing::NexthopVrfStatus>& nexthopStatus,
-      const Vox::Ptr<const Brisk::Fib::ForwardingStatus>& forwardingStatus,
-      const Vox::Ptr<IpNexthopInfoColl>& ipNexthopInfoColl) {
-    return create(nexthopBacklog, nexthopStatus, forwardingStatus, ipNexthopInfoColl);
-  }
-
-  auto constructorArguments() const {
-    return std::tuple(nexthopBacklog_.ptr(), nexthopStatus_.ptr(), forwardingStatus_.ptr(),
-                      ipNexthopInfoColl_.ptr());
-  }
+  // (nexthopBacklog, nexthopStatus, forwardingStatus, ipNexthopInfoColl). `nexthopBacklog` may
+  // be null: the reactor then only follows initialization.
+  using Stage::Stage;
+  ~IraNexthopStatusSm() override { handleDelete(); }
+  static constexpr auto IraNexthopStatusSmIs = &stageIs;
 
   // Re-derives the output for one address and takes it off the backlog.
   void processNexthop(const Vela::IpGenAddr& ipAddr);
   // Drains the backlog. Fatal "initialized()" while uninitialized.
   void handleNexthopBacklog();
   void handleInitialized();
-  void handleDelete();
+  void handleDelete() { leaveInitialized(); }
 
  private:
-  Vox::Ptr<Routing::NexthopBacklog> nexthopBacklog_;
-  Vox::Ptr<const Routing::NexthopVrfStatus> nexthopStatus_;
-  Vox::Ptr<const Brisk::Fib::ForwardingStatus> forwardingStatus_;
-  Vox::Ptr<IpNexthopInfoColl> ipNexthopInfoColl_;
+  const Vox::Ptr<Routing::NexthopBacklog>& nexthopBacklog_ = collection<0>();
+  const Vox::Ptr<const Routing::NexthopVrfStatus>& nexthopStatus_ = collection<1>();
+  const Vox::Ptr<const Brisk::Fib::ForwardingStatus>& forwardingStatus_ = collection<2>();
+  const Vox::Ptr<IpNexthopInfoColl>& ipNexthopInfoColl_ = collection<3>();
   bool draining_ = false;
-  using VoxNexthopBacklog = Vox::KeyObserver<Routing::NexthopBacklog::backlogAttribute,
-                                             &IraNexthopStatusSm::handleNexthopBacklog>;
-  VoxNexthopBacklog voxNexthopBacklog_{*this};
+  Vox::KeyObserver<Routing::NexthopBacklog::backlogAttribute,
+                   &IraNexthopStatusSm::handleNexthopBacklog>
+      backlogObserver_{*this, nexthopBacklog_};
 };
 
-Vox::Ptr<IraNexthopStatusSm> iraNexthopStatusSmFactory(
-    const Vox::Ptr<Routing::NexthopBacklog>& nexthopBacklog,
-    const Vox::Ptr<const Routing::NexthopVrfStatus>& nexthopStatus,
-    const Vox::Ptr<const Brisk::Fib::ForwardingStatus>& forwardingStatus,
-    const Vox::Ptr<IpNexthopInfoColl>& ipNexthopInfoColl);
+inline constexpr auto iraNexthopStatusSmFactory = IraNexthopStatusSm::IraNexthopStatusSmIs;
 
 }  // namespace Mpls
