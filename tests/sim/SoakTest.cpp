@@ -15,50 +15,45 @@ namespace {
 
 using Sim::MemorySample;
 
+// Samples over a run of 100 steps, and the growth expected of them (if they are compared).
 struct GrowthCase {
   const char* name;
   std::vector<MemorySample> samples;
-  uint64_t steps;
   bool compared;
   double tracked, resident;
+};
+
+const GrowthCase kGrowthCases[] = {
+    {"flat", {{10, 100, 1000}, {50, 500, 5000}, {100, 100, 1000}}, true, 0, 0},
+    // The middle of the run is not compared, and the largest of each tenth counts.
+    {"largestOfEachTenth",
+     {{5, 100, 1000}, {10, 200, 900}, {91, 202, 1100}, {95, 150, 10}},
+     true,
+     0.01,
+     0.1},
+    {"shrinks", {{10, 200, 1000}, {100, 100, 500}}, true, -0.5, -0.5},
+    // Tenths are steps / 10 long: step 10 is in the first, step 90 not yet in the last.
+    {"tenthBoundaries", {{10, 100, 1}, {11, 999, 1}, {90, 999, 1}, {91, 100, 1}}, true, 0, 0},
+    // From zero, a figure that appears grows by 100% and one that stays zero by nothing.
+    {"fromZero", {{1, 0, 0}, {100, 8, 0}}, true, 1.0, 0},
+    {"noFirstTenth", {{50, 1, 1}, {100, 1, 1}}, false, 0, 0},
+    {"noLastTenth", {{10, 1, 1}, {50, 1, 1}}, false, 0, 0},
+    {"noSample", {}, false, 0, 0},
 };
 
 class MemoryGrowthTest : public ::testing::TestWithParam<GrowthCase> {};
 
 TEST_P(MemoryGrowthTest, ComparesTheLargestSamplesOfTheFirstAndLastTenths) {
   const GrowthCase& c = GetParam();
-  const auto growth = Sim::memoryGrowth(c.samples, c.steps);
+  const auto growth = Sim::memoryGrowth(c.samples, 100);
   ASSERT_EQ(growth.has_value(), c.compared);
   if (!growth) return;
   EXPECT_NEAR(growth->tracked, c.tracked, 1e-12);
   EXPECT_NEAR(growth->resident, c.resident, 1e-12);
 }
 
-INSTANTIATE_TEST_SUITE_P(
-    Cases, MemoryGrowthTest,
-    ::testing::Values(
-        GrowthCase{"flat", {{10, 100, 1000}, {50, 500, 5000}, {100, 100, 1000}}, 100, true, 0, 0},
-        // The middle of the run is not compared, and the largest of each tenth counts.
-        GrowthCase{"largestOfEachTenth",
-                   {{5, 100, 1000}, {10, 200, 900}, {91, 202, 1100}, {95, 150, 10}},
-                   100,
-                   true,
-                   0.01,
-                   0.1},
-        GrowthCase{"shrinks", {{10, 200, 1000}, {100, 100, 500}}, 100, true, -0.5, -0.5},
-        // Tenths are steps / 10 long: step 10 is in the first, step 90 not yet in the last.
-        GrowthCase{"tenthBoundaries",
-                   {{10, 100, 1}, {11, 999, 1}, {90, 999, 1}, {91, 100, 1}},
-                   100,
-                   true,
-                   0,
-                   0},
-        // From zero, a figure that appears grows by 100% and one that stays zero by nothing.
-        GrowthCase{"fromZero", {{1, 0, 0}, {100, 8, 0}}, 100, true, 1.0, 0},
-        GrowthCase{"noFirstTenth", {{50, 1, 1}, {100, 1, 1}}, 100, false, 0, 0},
-        GrowthCase{"noLastTenth", {{10, 1, 1}, {50, 1, 1}}, 100, false, 0, 0},
-        GrowthCase{"noSample", {}, 100, false, 0, 0}),
-    [](const ::testing::TestParamInfo<GrowthCase>& param) { return param.param.name; });
+INSTANTIATE_TEST_SUITE_P(Cases, MemoryGrowthTest, ::testing::ValuesIn(kGrowthCases),
+                         [](const auto& param) { return std::string(param.param.name); });
 
 TEST(SoakResultTest, PassesOnlyWithoutDifferencesAndWithinTheLimit) {
   Sim::SoakResult result(false);

@@ -65,7 +65,8 @@ TEST(JsonWriterTest, SeparatesItemsOfEveryKind) {
   EXPECT_EQ(json.text(), R"({"a":[0,18446744073709551615,true,false,null,{},[],"s"],"b":null})");
 }
 
-// Each value type's JSON form, written alone.
+// Each value type's JSON form, written alone, at its edges (the common forms, a peer with label
+// space 0 and a via on a named interface, are all over the golden JSON run).
 TEST(ValueJsonTest, WritesEachValueTyped) {
   struct Case {
     std::string what;
@@ -84,8 +85,6 @@ TEST(ValueJsonTest, WritesEachValueTyped) {
       {"no usable label",
        [](JsonWriter& j) { QuillTool::writeAnnouncedLabel(j, MplsLabel(MplsLabel::kOutOfRange)); },
        "null"},
-      {"peer", [](JsonWriter& j) { QuillTool::writePeer(j, Mpls::RouterId(0x02020202, 0)); },
-       R"({"lsr-id":"2.2.2.2","label-space-id":0})"},
       {"peer, widest",
        [](JsonWriter& j) { QuillTool::writePeer(j, Mpls::RouterId(0xffffff01, 65535)); },
        R"({"lsr-id":"255.255.255.1","label-space-id":65535})"},
@@ -99,8 +98,6 @@ TEST(ValueJsonTest, WritesEachValueTyped) {
        R"({"root-address":"2001:db8::1","opaque-value":"0100040000000701000400000008"})"},
       {"default FEC", [](JsonWriter& j) { QuillTool::writeFec(j, Mpls::FwdEqvClass()); },
        R"({"root-address":"0.0.0.0","opaque-value":""})"},
-      {"via", [&](JsonWriter& j) { QuillTool::writeVia(j, via("10.0.12.2-Port-Channel10")); },
-       R"({"next-hop":"10.0.12.2","interface":"Port-Channel10"})"},
       {"via, IPv6 next hop",
        [&](JsonWriter& j) { QuillTool::writeVia(j, via("fe80::1-Ethernet3/1")); },
        R"({"next-hop":"fe80::1","interface":"Ethernet3/1"})"},
