@@ -134,11 +134,8 @@ TEST(RandomWorldFillTest, BringsAnyHistoryToTheSameFullWorld) {
 }
 
 TEST(SoakRunTest, ARandomSoakPassesAndRepeatsUnderItsSeed) {
-  Sim::RandomSoakOptions options;
-  options.changes = 4000;
-  options.auditEvery = 200;
-  options.restartEvery = 1500;
-  options.sampleEvery = 400;
+  Sim::RandomSoakOptions options{
+      .changes = 4000, .auditEvery = 200, .restartEvery = 1500, .sampleEvery = 400};
   const Sim::SoakResult first = Sim::runRandomSoak(options, nullptr);
   EXPECT_TRUE(first.passed(0.01, false)) << first.audits.firstFailure();
   EXPECT_EQ(first.audits.differences(), 0u);
@@ -158,13 +155,12 @@ TEST(SoakRunTest, ARandomSoakPassesAndRepeatsUnderItsSeed) {
 }
 
 TEST(SoakRunTest, AChurnDrillPassesAndEndsOnTheFullTopology) {
-  Sim::ChurnOptions options;
-  options.profile = "small";
-  options.flaps = 100;
-  options.peerCycles = 10;
-  options.auditEvery = 50;
-  options.restartEvery = 60;
-  options.sampleEvery = 10;
+  const Sim::ChurnOptions options{.profile = "small",
+                                  .flaps = 100,
+                                  .peerCycles = 10,
+                                  .auditEvery = 50,
+                                  .restartEvery = 60,
+                                  .sampleEvery = 10};
   const Sim::SoakResult result = Sim::runChurnDrill(options, nullptr);
   // So short a run is still filling its tables' capacities: a looser limit.
   EXPECT_TRUE(result.passed(0.05, false)) << result.audits.firstFailure();
@@ -176,15 +172,10 @@ TEST(SoakRunTest, AChurnDrillPassesAndEndsOnTheFullTopology) {
 }
 
 TEST(SoakRunTest, RejectsEmptyRunsAndUnknownProfiles) {
-  Sim::RandomSoakOptions random;
-  random.changes = 0;
-  EXPECT_THROW(Sim::runRandomSoak(random, nullptr), std::invalid_argument);
-  Sim::ChurnOptions churn;
-  churn.profile = "huge";
-  EXPECT_THROW(Sim::runChurnDrill(churn, nullptr), std::invalid_argument);
-  churn.profile = "small";
-  churn.sampleEvery = 0;
-  EXPECT_THROW(Sim::runChurnDrill(churn, nullptr), std::invalid_argument);
+  EXPECT_THROW(Sim::runRandomSoak({.changes = 0}, nullptr), std::invalid_argument);
+  EXPECT_THROW(Sim::runChurnDrill({.profile = "huge"}, nullptr), std::invalid_argument);
+  EXPECT_THROW(Sim::runChurnDrill({.profile = "small", .sampleEvery = 0}, nullptr),
+               std::invalid_argument);
 }
 
 }  // namespace
