@@ -125,6 +125,10 @@ struct ChangeCase {
   std::function<void(const Topology&, Sim::TopologySink&, bool undo)> change;
 };
 
+void PrintTo(const ChangeCase& change, std::ostream* out) {
+  *out << change.name;
+}
+
 class BaselineChangeTest : public BaselineLfibTest,
                            public ::testing::WithParamInterface<ChangeCase> {};
 

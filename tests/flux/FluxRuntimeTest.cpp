@@ -103,36 +103,6 @@ TEST_F(FluxInversionTest, ARouterWithNoAddressLeftIsStillFollowed) {
   EXPECT_EQ(output(), Lines{"10.0.0.2 2.2.2.2:0"});
 }
 
-// Stale output at start: only what the inputs do not justify goes; a justified element is
-// never removed and re-added (its entry's observers hear nothing of it).
-TEST_F(FluxInversionTest, ReconciliationRemovesOnlyUnjustifiedElements) {
-  add("2.2.2.2:0", "10.0.0.1");
-  add("3.3.3.3:0", "10.0.0.2");
-  out->ipAddrRouterIdIs(v<Vela::IpGenAddr>("10.0.0.1"))->routerIdIs(v<RouterId>("2.2.2.2:0"));
-  out->ipAddrRouterIdIs(v<Vela::IpGenAddr>("10.0.0.1"))->routerIdIs(v<RouterId>("9.9.9.9:0"));
-  out->ipAddrRouterIdIs(v<Vela::IpGenAddr>("10.0.0.9"))->routerIdIs(v<RouterId>("9.9.9.9:0"));
-  struct Log : IpAddrRouterIdInfo::NotifieeConst {
-    void onAttribute(const Vox::AttributeInfo&, const void* key) override {
-      events.push_back(static_cast<const RouterId*>(key)->valueToStrep());
-    }
-    std::vector<std::string> events;
-  } log;
-  log.notifierIs(out->ipAddrRouterId(v<Vela::IpGenAddr>("10.0.0.1")));
-  log.hasNotificationActiveIs(true);
-  QuillTest::TraceCapture trace("IpAddrToRouterIdInfoSm/9");
-  auto sm = IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(in, out);
-  EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0", "10.0.0.2 3.3.3.3:0"}));
-  EXPECT_EQ(out->ipAddrRouterId(v<Vela::IpGenAddr>("10.0.0.9")), nullptr) << "emptied, so deleted";
-  EXPECT_EQ(log.events, std::vector<std::string>{"9.9.9.9:0"});
-  const auto messages = trace.messages();
-  for (const char* expected :
-       {" Reconciling pipeline0: true", " Input scans for pipeline0 complete"})
-    EXPECT_NE(std::find(messages.begin(), messages.end(), expected), messages.end()) << expected;
-  EXPECT_TRUE(sm->outputState()->pipeline0Ready());
-  EXPECT_FALSE(sm->pipeline0Reconciling());
-  EXPECT_EQ(sm->pipeline0Seens(), 0u);
-}
-
 // The four compiled stages chained as in the pipeline, over one router, address and via.
 class FluxChainTest : public ::testing::Test {
  protected:
@@ -216,36 +186,53 @@ TEST_F(FluxChainTest, AMissedChangeCanBeHandedToItsStateMachineByName) {
   EXPECT_EQ(outputs(), (std::vector<Lines>{{"10.1.1.2 2.2.2.2:0"}, {}, {}, {}}));
 }
 
-// Stale output at start, in every stage after the first: only what the inputs do not justify
-// goes (a via whose interface is not MPLS included), and a justified set loses only its stale
-// member, nothing removed and re-added.
+// Stale output at start, in every stage: only what the inputs do not justify goes (a via whose
+// interface is not MPLS included, and an entity emptied so), and a justified set loses only its
+// stale member, nothing removed and re-added.
 TEST_F(FluxChainTest, ReconciliationAtStartRemovesOnlyUnjustifiedElements) {
   const auto stale = v<FibVia>("10.9.9.9-Ethernet1");
+  const auto staleRouter = v<RouterId>("9.9.9.9:0");
+  const auto staleAddr = v<Vela::IpGenAddr>("10.0.0.9");
   const auto notMpls = v<FibVia>("10.1.2.2-Ethernet2");
   const auto ethernet9 = v<Vela::IntfId>("Ethernet9");
   addrVias->ipNexthop(addr)->viaIs(notMpls);
   const std::vector<Lines> justified = outputs();
-  s2 = nullptr, s3 = nullptr, s4 = nullptr;
+  s1 = nullptr, s2 = nullptr, s3 = nullptr, s4 = nullptr;
+  addrRouters->ipAddrRouterId(addr)->routerIdIs(staleRouter);
+  addrRouters->ipAddrRouterIdIs(staleAddr)->routerIdIs(staleRouter);
   routerVias->routerNexthop(router)->viaIs(stale);
   intfRouters->intfRouterNexthop(via.intfId())->routerNexthopInfo(router)->viaIs(stale);
   intfRouters->intfRouterNexthopIs(ethernet9)->routerNexthopInfoIs(router)->viaIs(
       v<FibVia>("10.9.9.9-Ethernet9"));
   routerHops->routerIpNexthop(router)->ipNexthopInfoIs(notMpls.hop())->viaIs(notMpls);
+  const auto& inversionKept = addrRouters->ipAddrRouterId(addr)->routerIdColl();
   const auto& concatKept = routerVias->routerNexthop(router)->viaColl();
   const auto& groupKept =
       intfRouters->intfRouterNexthop(via.intfId())->routerNexthopInfo(router)->viaColl();
   const auto& filterKept = routerHops->routerIpNexthop(router)->ipNexthopInfo(via.hop())->viaColl();
-  const uint32_t before[] = {concatKept.version(), groupKept.version(), filterKept.version()};
+  const uint32_t before[] = {inversionKept.version(), concatKept.version(), groupKept.version(),
+                             filterKept.version()};
+  QuillTest::TraceCapture trace("IpAddrToRouterIdInfoSm/9");
+  s1 = IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(routerAddrs, addrRouters);
   s2 = RouterIdToNexthopInfoSm::RouterIdToNexthopInfoSmIs(addrRouters, addrVias, routerVias);
   s3 = IntfToRouterNexthopInfoSm::IntfToRouterNexthopInfoSmIs(routerVias, intfRouters);
   s4 = RouterIdToIpNexthopInfoSm::RouterIdToIpNexthopInfoSmIs(intfRouters, mpls, routerHops);
   EXPECT_EQ(outputs(), justified);
-  EXPECT_EQ(concatKept.version(), before[0] + 1) << "one removal, nothing re-added";
-  EXPECT_EQ(groupKept.version(), before[1] + 1) << "one removal, nothing re-added";
-  EXPECT_EQ(filterKept.version(), before[2]) << "justified: neither removed nor re-added";
+  EXPECT_EQ(inversionKept.version(), before[0] + 1) << "one removal, nothing re-added";
+  EXPECT_EQ(concatKept.version(), before[1] + 1) << "one removal, nothing re-added";
+  EXPECT_EQ(groupKept.version(), before[2] + 1) << "one removal, nothing re-added";
+  EXPECT_EQ(filterKept.version(), before[3]) << "justified: neither removed nor re-added";
+  EXPECT_EQ(addrRouters->ipAddrRouterId(staleAddr), nullptr) << "emptied, so deleted";
   EXPECT_EQ(intfRouters->intfRouterNexthop(ethernet9), nullptr) << "emptied, so deleted";
   EXPECT_EQ(routerHops->routerIpNexthop(router)->ipNexthopInfo(notMpls.hop()), nullptr);
   EXPECT_EQ(s2->groupByAttr0s(), 2u) << "one group per justified (router, via), none stale";
+  const auto messages = trace.messages();
+  for (const char* expected :
+       {" Reconciling pipeline0: true", " Input scans for pipeline0 complete"})
+    EXPECT_NE(std::find(messages.begin(), messages.end(), expected), messages.end()) << expected;
+  EXPECT_TRUE(s1->outputState()->pipeline0Ready());
+  EXPECT_FALSE(s1->pipeline0Reconciling());
+  EXPECT_EQ(s1->pipeline0Seens(), 0u);
 }
 
 // An address entry removed whole from the routers-per-address input leaves every group of its
