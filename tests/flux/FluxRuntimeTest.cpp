@@ -63,47 +63,8 @@ TEST(FluxKeyTest, TextFormsRoundTripAndNameEveryField) {
   EXPECT_NE(low.hash(0), high.hash(0));
 }
 
-class FluxInversionTest : public ::testing::Test {
- protected:
-  void add(const char* router, const char* addr) {
-    in->routerIpAddrIs(v<RouterId>(router))->ipAddrIs(v<Vela::IpGenAddr>(addr));
-  }
-  Lines output() const {
-    return QuillTest::contents(out->ipAddrRouterIdColl(), &IpAddrRouterIdInfo::routerIdColl);
-  }
-  Vox::Ptr<RouterIpAddrInfoColl> in = Vox::create<RouterIpAddrInfoColl>();
-  Vox::Ptr<IpAddrRouterIdInfoColl> out = Vox::create<IpAddrRouterIdInfoColl>();
-};
-
-TEST_F(FluxInversionTest, EmptyInputsAreReadyAtOnceAndReadinessIsDecidedOnce) {
-  QuillTest::TraceCapture trace("IpAddrToRouterIdInfoSm/8-9");
-  auto sm = IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(in, out);
-  EXPECT_TRUE(sm->outputState()->pipeline0Ready());
-  EXPECT_FALSE(sm->pipeline0Reconciling());
-  EXPECT_TRUE(sm->inputSmScanState()->routerIpAddrSm0());
-  add("2.2.2.2:0", "10.0.0.1");  // applied directly after readiness
-  EXPECT_EQ(output(), Lines{"10.0.0.1 2.2.2.2:0"});
-  trace.clear();
-  sm->handlePipeline0Input();
-  EXPECT_EQ(trace.messages(),
-            (std::vector<std::string>{"handlePipeline0Input", " .. not reconciling."}));
-}
-
-// A router whose last address is withdrawn keeps its input entry, and the pipeline keeps
-// following it; an address entry goes with its last router.
-TEST_F(FluxInversionTest, ARouterWithNoAddressLeftIsStillFollowed) {
-  auto sm = IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(in, out);
-  add("2.2.2.2:0", "10.0.0.1");
-  add("3.3.3.3:0", "10.0.0.1");
-  in->routerIpAddr(v<RouterId>("2.2.2.2:0"))->ipAddrDel(v<Vela::IpGenAddr>("10.0.0.1"));
-  EXPECT_EQ(output(), Lines{"10.0.0.1 3.3.3.3:0"});
-  in->routerIpAddr(v<RouterId>("3.3.3.3:0"))->ipAddrDel(v<Vela::IpGenAddr>("10.0.0.1"));
-  EXPECT_EQ(out->ipAddrRouterIds(), 0u);
-  add("2.2.2.2:0", "10.0.0.2");
-  EXPECT_EQ(output(), Lines{"10.0.0.2 2.2.2.2:0"});
-}
-
-// The four compiled stages chained as in the pipeline, over one router, address and via.
+// The four compiled stages chained as in the pipeline, created over empty inputs; one router,
+// address and via arrive after.
 class FluxChainTest : public ::testing::Test {
  protected:
   FluxChainTest() {
@@ -140,6 +101,32 @@ class FluxChainTest : public ::testing::Test {
   Vox::Ptr<RouterIdToIpNexthopInfoSm> s4 =
       RouterIdToIpNexthopInfoSm::RouterIdToIpNexthopInfoSmIs(intfRouters, mpls, routerHops);
 };
+
+// Over empty inputs a stage is ready at once, and the inputs that follow apply directly;
+// readiness is not decided again.
+TEST_F(FluxChainTest, EmptyInputsAreReadyAtOnceAndReadinessIsDecidedOnce) {
+  EXPECT_TRUE(s1->outputState()->pipeline0Ready());
+  EXPECT_FALSE(s1->pipeline0Reconciling());
+  EXPECT_TRUE(s1->inputSmScanState()->routerIpAddrSm0());
+  EXPECT_EQ(outputs()[0], Lines{"10.1.1.2 2.2.2.2:0"});
+  QuillTest::TraceCapture trace("IpAddrToRouterIdInfoSm/8-9");
+  s1->handlePipeline0Input();
+  EXPECT_EQ(trace.messages(),
+            (std::vector<std::string>{"handlePipeline0Input", " .. not reconciling."}));
+}
+
+// A router whose last address is withdrawn keeps its input entry, and the pipeline keeps
+// following it; an address entry goes with its last router.
+TEST_F(FluxChainTest, ARouterWithNoAddressLeftIsStillFollowed) {
+  const auto other = v<RouterId>("3.3.3.3:0");
+  routerAddrs->routerIpAddrIs(other)->ipAddrIs(addr);
+  routerAddrs->routerIpAddr(router)->ipAddrDel(addr);
+  EXPECT_EQ(outputs()[0], Lines{"10.1.1.2 3.3.3.3:0"});
+  routerAddrs->routerIpAddr(other)->ipAddrDel(addr);
+  EXPECT_EQ(addrRouters->ipAddrRouterIds(), 0u);
+  routerAddrs->routerIpAddr(router)->ipAddrIs(v<Vela::IpGenAddr>("10.0.0.2"));
+  EXPECT_EQ(outputs()[0], Lines{"10.0.0.2 2.2.2.2:0"});
+}
 
 // Destroyed, a stage lets its state machines go without a word: the output stays for the next
 // instance, and a state machine someone still holds is silent and has let its children go.
@@ -259,40 +246,31 @@ TEST_F(FluxChainTest, TheDefaultInterfaceIsAGroupLikeAnyOther) {
   EXPECT_EQ(intfRouters->intfRouterNexthop(Vela::IntfId()), nullptr);
 }
 
-using FluxRuntimeDeathTest = FluxInversionTest;
-
-TEST_F(FluxRuntimeDeathTest, AMissedNotificationIsCaughtWhenTheEntryGoes) {
-  auto sm = IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(in, out);
-  add("2.2.2.2:0", "10.0.0.1");
-  sm->hasNotificationActiveIs(false);
-  add("2.2.2.2:0", "10.0.0.2");  // unseen
-  sm->hasNotificationActiveIs(true);
-  // The level-0 record of the two versions comes first, then the assertion.
-  EXPECT_DEATH(
-      {
-        Vox::traceOutputIs("");
-        Vox::traceConfigure("IpAddrToRouterIdInfoSm/0");
-        in->routerIpAddrDel(v<RouterId>("2.2.2.2:0"));
-      },
-      "version: 1 != 2.*version\\(\\) == en\\(\\)->ipAddrColl\\(\\).version\\(\\) && \"We missed "
-      "notifications that happened to ipAddr before enclosing entity got deleted\"");
-}
-
 using FluxChainDeathTest = FluxChainTest;
 
 // Members added while the stages were not listening: each nested set's check catches them when
 // its entity goes.
 TEST_F(FluxChainDeathTest, EveryNestedSetChecksItsVersion) {
   const auto other = v<FibVia>("10.1.1.3-Ethernet1");
-  s2->hasNotificationActiveIs(false);
-  s4->hasNotificationActiveIs(false);
+  for (auto* stage : std::initializer_list<Vox::Reactor*>{s1.ptr(), s2.ptr(), s4.ptr()})
+    stage->hasNotificationActiveIs(false);
+  routerAddrs->routerIpAddr(router)->ipAddrIs(v<Vela::IpGenAddr>("10.0.0.2"));
   addrRouters->ipAddrRouterId(addr)->routerIdIs(v<RouterId>("3.3.3.3:0"));
   addrVias->ipNexthop(addr)->viaIs(other);
   mpls->intfIdIs(v<Vela::IntfId>("Ethernet2"));
   intfRouters->intfRouterNexthop(via.intfId())->routerNexthopInfo(router)->viaIs(other);
-  s2->hasNotificationActiveIs(true);
-  s4->hasNotificationActiveIs(true);
+  for (auto* stage : std::initializer_list<Vox::Reactor*>{s1.ptr(), s2.ptr(), s4.ptr()})
+    stage->hasNotificationActiveIs(true);
   const std::string missed = "\\(\\).version\\(\\) && \"We missed notifications that happened to ";
+  // The level-0 record of the two versions comes first, then the assertion.
+  EXPECT_DEATH(
+      {
+        Vox::traceOutputIs("");
+        Vox::traceConfigure("IpAddrToRouterIdInfoSm/0");
+        routerAddrs->routerIpAddrDel(router);
+      },
+      "version: 1 != 2.*version\\(\\) == en\\(\\)->ipAddrColl" + missed +
+          "ipAddr before enclosing entity got deleted\"");
   EXPECT_DEATH(addrRouters->ipAddrRouterIdDel(addr), "routerIdColl" + missed + "routerId before");
   EXPECT_DEATH(addrVias->ipNexthopDel(addr), "viaColl" + missed + "via before");
   EXPECT_DEATH(s4->intfIdSm3()->doDeleteAll(), "version\\(\\) == en\\(\\)->intfIdColl" + missed +
@@ -301,23 +279,21 @@ TEST_F(FluxChainDeathTest, EveryNestedSetChecksItsVersion) {
                "viaColl" + missed + "via before");
 }
 
-TEST_F(FluxRuntimeDeathTest, ReinstantiatingAChildWithOtherParametersIsFatal) {
-  add("2.2.2.2:0", "10.0.0.1");
-  auto sm = IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(in, out);
-  const auto top = sm->routerIpAddrSm0();
-  const auto entry = in->routerIpAddr(v<RouterId>("2.2.2.2:0"));
-  const auto stranger = Vox::create<RouterIpAddrInfo>(v<RouterId>("2.2.2.2:0"));
-  EXPECT_EQ(top->childSmIs(entry, top.ptr(), entry->routerId()), top->childSm(entry->routerId()));
+TEST_F(FluxChainDeathTest, ReinstantiatingAChildWithOtherParametersIsFatal) {
+  const auto top = s1->routerIpAddrSm0();
+  const auto entry = routerAddrs->routerIpAddr(router);
+  const auto stranger = Vox::create<RouterIpAddrInfo>(router);
+  EXPECT_EQ(top->childSmIs(entry, top.ptr(), router), top->childSm(router));
   // A child reports under the key it was created for, even one that is not its entry's own.
   const auto alias = v<RouterId>("7.7.7.7:0");
   EXPECT_EQ(top->childSmIs(entry, top.ptr(), alias)->smKey(), alias);
-  EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0", "10.0.0.1 7.7.7.7:0"}));
+  EXPECT_EQ(outputs()[0], (Lines{"10.1.1.2 2.2.2.2:0", "10.1.1.2 7.7.7.7:0"}));
   EXPECT_DEATH(
-      top->childSmIs(stranger, top.ptr(), entry->routerId()),
+      top->childSmIs(stranger, top.ptr(), router),
       "Reinstantiating the pointer interface where constructor parameter attribute _en has a "
       "different value of 0x[0-9a-f]+ than the current value of 0x[0-9a-f]+ not allowed");
   EXPECT_DEATH(
-      top->childSmIs(entry, sm.ptr(), entry->routerId()),
+      top->childSmIs(entry, s1.ptr(), router),
       "Reinstantiating the pointer interface where constructor parameter attribute _parent has a "
       "different value of .* than the current value of .* not allowed");
 }
