@@ -36,11 +36,7 @@ class RapidlogSetupTest : public ::testing::Test {
 TEST_F(RapidlogSetupTest, UnsetOrEmptyRlfileUsesTheProcessIdFormat) {
   const std::string expected = "Mpls-" + std::to_string(getpid()) + ".rl";
   for (const char* value : {static_cast<const char*>(nullptr), ""}) {
-    if (value) {
-      setenv("RLFILE", value, 1);
-    } else {
-      unsetenv("RLFILE");
-    }
+    value ? setenv("RLFILE", value, 1) : unsetenv("RLFILE");
     ASSERT_EQ(Mpls_rapidlogInitialize(), 0);
     EXPECT_EQ(Rapidlog::fileName(), expected);
     Rapidlog::shutdown();

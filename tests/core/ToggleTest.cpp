@@ -29,7 +29,9 @@ class ToggleTest : public ::testing::TestWithParam<ToggleCase> {
   void SetUp() override { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
 };
 
-TEST_P(ToggleTest, DefaultsToOn) {
+// On by default; the environment turns it off and only it; it is read once and keeps its first
+// answer.
+TEST_P(ToggleTest, DefaultsToOnTurnsOffAloneAndIsReadOnce) {
   const ToggleCase toggle = GetParam();
   EXPECT_EXIT(
       {
@@ -37,10 +39,6 @@ TEST_P(ToggleTest, DefaultsToOn) {
         std::exit(toggle.accessor() ? 0 : 1);
       },
       ::testing::ExitedWithCode(0), "");
-}
-
-TEST_P(ToggleTest, TheEnvironmentTurnsItOffAndOnlyIt) {
-  const ToggleCase toggle = GetParam();
   EXPECT_EXIT(
       {
         setenv("QUILL_TOGGLES", (std::string(toggle.name) + "=off").c_str(), 1);
@@ -51,10 +49,6 @@ TEST_P(ToggleTest, TheEnvironmentTurnsItOffAndOnlyIt) {
         std::exit(!toggle.accessor() && othersOn ? 0 : 1);
       },
       ::testing::ExitedWithCode(0), "");
-}
-
-TEST_P(ToggleTest, IsReadOnceAndKeepsItsFirstAnswer) {
-  const ToggleCase toggle = GetParam();
   EXPECT_EXIT(
       {
         FeatureToggle::toggleStateIs(toggle.name, false);

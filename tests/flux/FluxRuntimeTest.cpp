@@ -63,140 +63,8 @@ TEST(FluxKeyTest, TextFormsRoundTripAndNameEveryField) {
   EXPECT_NE(low.hash(0), high.hash(0));
 }
 
-class FluxInversionTest : public ::testing::Test {
- protected:
-  void add(const char* router, const char* addr) {
-    in->routerIpAddrIs(v<RouterId>(router))->ipAddrIs(v<Vela::IpGenAddr>(addr));
-  }
-  Lines output() const {
-    return QuillTest::contents(out->ipAddrRouterIdColl(), &IpAddrRouterIdInfo::routerIdColl);
-  }
-  Vox::Ptr<RouterIpAddrInfoColl> in = Vox::create<RouterIpAddrInfoColl>();
-  Vox::Ptr<IpAddrRouterIdInfoColl> out = Vox::create<IpAddrRouterIdInfoColl>();
-};
-
-TEST_F(FluxInversionTest, EmptyInputsAreReadyAtOnceAndReadinessIsDecidedOnce) {
-  QuillTest::TraceCapture trace("IpAddrToRouterIdInfoSm/8-9");
-  auto sm = IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(in, out);
-  EXPECT_TRUE(sm->outputState()->pipeline0Ready());
-  EXPECT_FALSE(sm->pipeline0Reconciling());
-  EXPECT_TRUE(sm->inputSmScanState()->routerIpAddrSm0());
-  add("2.2.2.2:0", "10.0.0.1");  // applied directly after readiness
-  EXPECT_EQ(output(), Lines{"10.0.0.1 2.2.2.2:0"});
-  trace.clear();
-  sm->handlePipeline0Input();
-  EXPECT_EQ(trace.messages(),
-            (std::vector<std::string>{"handlePipeline0Input", " .. not reconciling."}));
-}
-
-// A router whose last address is withdrawn keeps its input entry, and the pipeline keeps
-// following it; an address entry goes with its last router.
-TEST_F(FluxInversionTest, ARouterWithNoAddressLeftIsStillFollowed) {
-  auto sm = IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(in, out);
-  add("2.2.2.2:0", "10.0.0.1");
-  add("3.3.3.3:0", "10.0.0.1");
-  in->routerIpAddr(v<RouterId>("2.2.2.2:0"))->ipAddrDel(v<Vela::IpGenAddr>("10.0.0.1"));
-  EXPECT_EQ(output(), Lines{"10.0.0.1 3.3.3.3:0"});
-  in->routerIpAddr(v<RouterId>("3.3.3.3:0"))->ipAddrDel(v<Vela::IpGenAddr>("10.0.0.1"));
-  EXPECT_EQ(out->ipAddrRouterIds(), 0u);
-  add("2.2.2.2:0", "10.0.0.2");
-  EXPECT_EQ(output(), Lines{"10.0.0.2 2.2.2.2:0"});
-}
-
-// Stale output at start: only what the inputs do not justify goes; a justified element is
-// never removed and re-added (its entry's observers hear nothing of it).
-TEST_F(FluxInversionTest, ReconciliationRemovesOnlyUnjustifiedElements) {
-  add("2.2.2.2:0", "10.0.0.1");
-  add("3.3.3.3:0", "10.0.0.2");
-  out->ipAddrRouterIdIs(v<Vela::IpGenAddr>("10.0.0.1"))->routerIdIs(v<RouterId>("2.2.2.2:0"));
-  out->ipAddrRouterIdIs(v<Vela::IpGenAddr>("10.0.0.1"))->routerIdIs(v<RouterId>("9.9.9.9:0"));
-  out->ipAddrRouterIdIs(v<Vela::IpGenAddr>("10.0.0.9"))->routerIdIs(v<RouterId>("9.9.9.9:0"));
-  struct Log : IpAddrRouterIdInfo::NotifieeConst {
-    void onAttribute(const Vox::AttributeInfo&, const void* key) override {
-      events.push_back(static_cast<const RouterId*>(key)->valueToStrep());
-    }
-    std::vector<std::string> events;
-  } log;
-  log.notifierIs(out->ipAddrRouterId(v<Vela::IpGenAddr>("10.0.0.1")));
-  log.hasNotificationActiveIs(true);
-  QuillTest::TraceCapture trace("IpAddrToRouterIdInfoSm/9");
-  auto sm = IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(in, out);
-  EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0", "10.0.0.2 3.3.3.3:0"}));
-  EXPECT_EQ(out->ipAddrRouterId(v<Vela::IpGenAddr>("10.0.0.9")), nullptr) << "emptied, so deleted";
-  EXPECT_EQ(log.events, std::vector<std::string>{"9.9.9.9:0"});
-  const auto messages = trace.messages();
-  for (const char* expected :
-       {" Reconciling pipeline0: true", " Input scans for pipeline0 complete"})
-    EXPECT_NE(std::find(messages.begin(), messages.end(), expected), messages.end()) << expected;
-  EXPECT_TRUE(sm->outputState()->pipeline0Ready());
-  EXPECT_FALSE(sm->pipeline0Reconciling());
-  EXPECT_EQ(sm->pipeline0Seens(), 0u);
-}
-
-TEST(FluxReconciliationTest, EveryPipelineKeepsJustifiedAndDropsStaleElements) {
-  const auto router = v<RouterId>("2.2.2.2:0");
-  const auto via = v<FibVia>("10.1.1.2-Ethernet1");
-  const auto staleVia = v<FibVia>("10.9.9.9-Ethernet1");
-  {  // router next-hops: a join of both inputs
-    auto routers = Vox::create<IpAddrRouterIdInfoColl>();
-    auto nexthops = Vox::create<IpNexthopInfoColl>();
-    routers->ipAddrRouterIdIs(v<Vela::IpGenAddr>("2.2.2.2"))->routerIdIs(router);
-    nexthops->ipNexthopIs(v<Vela::IpGenAddr>("2.2.2.2"))->viaIs(via);
-    auto out = Vox::create<RouterNexthopInfoColl>();
-    out->routerNexthopIs(router)->viaIs(via);
-    out->routerNexthopIs(router)->viaIs(staleVia);
-    const uint32_t before = out->routerNexthop(router)->viaColl().version();
-    auto sm = RouterIdToNexthopInfoSm::RouterIdToNexthopInfoSmIs(routers, nexthops, out);
-    EXPECT_EQ(QuillTest::contents(out->routerNexthopColl(), &RouterNexthopInfo::viaColl),
-              Lines{"2.2.2.2:0 10.1.1.2-Ethernet1"});
-    EXPECT_EQ(out->routerNexthop(router)->viaColl().version(), before + 1)
-        << "one removal, nothing re-added";
-    EXPECT_EQ(sm->groupByAttr0s(), 1u);
-  }
-  {  // interface grouping
-    auto in = Vox::create<RouterNexthopInfoColl>();
-    in->routerNexthopIs(router)->viaIs(via);
-    auto out = Vox::create<IntfRouterNexthopInfoColl>();
-    out->intfRouterNexthopIs(via.intfId())->routerNexthopInfoIs(router)->viaIs(via);
-    out->intfRouterNexthopIs(via.intfId())->routerNexthopInfoIs(router)->viaIs(staleVia);
-    out->intfRouterNexthopIs(v<Vela::IntfId>("Ethernet9"))
-        ->routerNexthopInfoIs(router)
-        ->viaIs(v<FibVia>("10.9.9.9-Ethernet9"));
-    const auto& kept = out->intfRouterNexthop(via.intfId())->routerNexthopInfo(router)->viaColl();
-    const uint32_t before = kept.version();
-    auto sm = IntfToRouterNexthopInfoSm::IntfToRouterNexthopInfoSmIs(in, out);
-    EXPECT_EQ(QuillTest::contents(out->intfRouterNexthopColl(),
-                                  &IntfRouterNexthopInfo::routerNexthopInfoColl,
-                                  &RouterNexthopInfo::viaColl),
-              Lines{"Ethernet1 2.2.2.2:0 10.1.1.2-Ethernet1"});
-    EXPECT_EQ(kept.version(), before + 1) << "one removal, nothing re-added";
-    EXPECT_EQ(out->intfRouterNexthop(v<Vela::IntfId>("Ethernet9")), nullptr);
-  }
-  {  // MPLS filter: a via whose interface left MPLS is stale too
-    auto in = Vox::create<IntfRouterNexthopInfoColl>();
-    auto mpls = Vox::create<MplsIntfColl>();
-    in->intfRouterNexthopIs(via.intfId())->routerNexthopInfoIs(router)->viaIs(via);
-    in->intfRouterNexthopIs(v<Vela::IntfId>("Ethernet2"))
-        ->routerNexthopInfoIs(router)
-        ->viaIs(v<FibVia>("10.1.2.2-Ethernet2"));
-    mpls->intfIdIs(via.intfId());
-    auto out = Vox::create<RouterIpNexthopInfoColl>();
-    out->routerIpNexthopIs(router)
-        ->ipNexthopInfoIs(v<Vela::IpGenAddr>("10.1.2.2"))
-        ->viaIs(v<FibVia>("10.1.2.2-Ethernet2"));
-    out->routerIpNexthopIs(router)->ipNexthopInfoIs(via.hop())->viaIs(via);
-    const auto& kept = out->routerIpNexthop(router)->ipNexthopInfo(via.hop())->viaColl();
-    const uint32_t before = kept.version();
-    auto sm = RouterIdToIpNexthopInfoSm::RouterIdToIpNexthopInfoSmIs(in, mpls, out);
-    EXPECT_EQ(QuillTest::contents(out->routerIpNexthopColl(),
-                                  &RouterIpNexthopInfo::ipNexthopInfoColl, &IpNexthopInfo::viaColl),
-              Lines{"2.2.2.2:0 10.1.1.2 10.1.1.2-Ethernet1"});
-    EXPECT_EQ(kept.version(), before) << "justified: neither removed nor re-added";
-    EXPECT_EQ(out->routerIpNexthop(router)->ipNexthopInfo(v<Vela::IpGenAddr>("10.1.2.2")), nullptr);
-  }
-}
-
-// The four compiled stages chained as in the pipeline, over one router, address and via.
+// The four compiled stages chained as in the pipeline, created over empty inputs; one router,
+// address and via arrive after.
 class FluxChainTest : public ::testing::Test {
  protected:
   FluxChainTest() {
@@ -233,6 +101,32 @@ class FluxChainTest : public ::testing::Test {
   Vox::Ptr<RouterIdToIpNexthopInfoSm> s4 =
       RouterIdToIpNexthopInfoSm::RouterIdToIpNexthopInfoSmIs(intfRouters, mpls, routerHops);
 };
+
+// Over empty inputs a stage is ready at once, and the inputs that follow apply directly;
+// readiness is not decided again.
+TEST_F(FluxChainTest, EmptyInputsAreReadyAtOnceAndReadinessIsDecidedOnce) {
+  EXPECT_TRUE(s1->outputState()->pipeline0Ready());
+  EXPECT_FALSE(s1->pipeline0Reconciling());
+  EXPECT_TRUE(s1->inputSmScanState()->routerIpAddrSm0());
+  EXPECT_EQ(outputs()[0], Lines{"10.1.1.2 2.2.2.2:0"});
+  QuillTest::TraceCapture trace("IpAddrToRouterIdInfoSm/8-9");
+  s1->handlePipeline0Input();
+  EXPECT_EQ(trace.messages(),
+            (std::vector<std::string>{"handlePipeline0Input", " .. not reconciling."}));
+}
+
+// A router whose last address is withdrawn keeps its input entry, and the pipeline keeps
+// following it; an address entry goes with its last router.
+TEST_F(FluxChainTest, ARouterWithNoAddressLeftIsStillFollowed) {
+  const auto other = v<RouterId>("3.3.3.3:0");
+  routerAddrs->routerIpAddrIs(other)->ipAddrIs(addr);
+  routerAddrs->routerIpAddr(router)->ipAddrDel(addr);
+  EXPECT_EQ(outputs()[0], Lines{"10.1.1.2 3.3.3.3:0"});
+  routerAddrs->routerIpAddr(other)->ipAddrDel(addr);
+  EXPECT_EQ(addrRouters->ipAddrRouterIds(), 0u);
+  routerAddrs->routerIpAddr(router)->ipAddrIs(v<Vela::IpGenAddr>("10.0.0.2"));
+  EXPECT_EQ(outputs()[0], Lines{"10.0.0.2 2.2.2.2:0"});
+}
 
 // Destroyed, a stage lets its state machines go without a word: the output stays for the next
 // instance, and a state machine someone still holds is silent and has let its children go.
@@ -279,124 +173,127 @@ TEST_F(FluxChainTest, AMissedChangeCanBeHandedToItsStateMachineByName) {
   EXPECT_EQ(outputs(), (std::vector<Lines>{{"10.1.1.2 2.2.2.2:0"}, {}, {}, {}}));
 }
 
-// An address entry removed from the routers-per-address input leaves every group of its routers
-// at once; a via that another address of a router still supports stays.
-TEST(FluxRouterNexthopTest, AnAddressEntryRemovedLeavesEveryGroupOfItsRouters) {
-  auto routers = Vox::create<IpAddrRouterIdInfoColl>();
-  auto nexthops = Vox::create<IpNexthopInfoColl>();
-  auto out = Vox::create<RouterNexthopInfoColl>();
-  const auto a = v<Vela::IpGenAddr>("10.0.0.1");
-  const auto b = v<Vela::IpGenAddr>("10.0.0.2");
-  const auto via = v<FibVia>("10.1.1.2-Ethernet1");
-  routers->ipAddrRouterIdIs(a)->routerIdIs(v<RouterId>("2.2.2.2:0"));
-  routers->ipAddrRouterIdIs(a)->routerIdIs(v<RouterId>("3.3.3.3:0"));
-  routers->ipAddrRouterIdIs(b)->routerIdIs(v<RouterId>("2.2.2.2:0"));
-  nexthops->ipNexthopIs(a)->viaIs(via);
-  nexthops->ipNexthopIs(b)->viaIs(via);
-  auto sm = RouterIdToNexthopInfoSm::RouterIdToNexthopInfoSmIs(routers, nexthops, out);
-  const auto output = [&] {
-    return QuillTest::contents(out->routerNexthopColl(), &RouterNexthopInfo::viaColl);
-  };
-  EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.1.2-Ethernet1", "3.3.3.3:0 10.1.1.2-Ethernet1"}));
-  routers->ipAddrRouterIdDel(a);
-  EXPECT_EQ(output(), Lines{"2.2.2.2:0 10.1.1.2-Ethernet1"});
-  EXPECT_EQ(out->routerNexthop(v<RouterId>("3.3.3.3:0")), nullptr);
+// Stale output at start, in every stage: only what the inputs do not justify goes (a via whose
+// interface is not MPLS included, and an entity emptied so), and a justified set loses only its
+// stale member, nothing removed and re-added.
+TEST_F(FluxChainTest, ReconciliationAtStartRemovesOnlyUnjustifiedElements) {
+  const auto stale = v<FibVia>("10.9.9.9-Ethernet1");
+  const auto staleRouter = v<RouterId>("9.9.9.9:0");
+  const auto staleAddr = v<Vela::IpGenAddr>("10.0.0.9");
+  const auto notMpls = v<FibVia>("10.1.2.2-Ethernet2");
+  const auto ethernet9 = v<Vela::IntfId>("Ethernet9");
+  addrVias->ipNexthop(addr)->viaIs(notMpls);
+  const std::vector<Lines> justified = outputs();
+  s1 = nullptr, s2 = nullptr, s3 = nullptr, s4 = nullptr;
+  addrRouters->ipAddrRouterId(addr)->routerIdIs(staleRouter);
+  addrRouters->ipAddrRouterIdIs(staleAddr)->routerIdIs(staleRouter);
+  routerVias->routerNexthop(router)->viaIs(stale);
+  intfRouters->intfRouterNexthop(via.intfId())->routerNexthopInfo(router)->viaIs(stale);
+  intfRouters->intfRouterNexthopIs(ethernet9)->routerNexthopInfoIs(router)->viaIs(
+      v<FibVia>("10.9.9.9-Ethernet9"));
+  routerHops->routerIpNexthop(router)->ipNexthopInfoIs(notMpls.hop())->viaIs(notMpls);
+  const auto& inversionKept = addrRouters->ipAddrRouterId(addr)->routerIdColl();
+  const auto& concatKept = routerVias->routerNexthop(router)->viaColl();
+  const auto& groupKept =
+      intfRouters->intfRouterNexthop(via.intfId())->routerNexthopInfo(router)->viaColl();
+  const auto& filterKept = routerHops->routerIpNexthop(router)->ipNexthopInfo(via.hop())->viaColl();
+  const uint32_t before[] = {inversionKept.version(), concatKept.version(), groupKept.version(),
+                             filterKept.version()};
+  QuillTest::TraceCapture trace("IpAddrToRouterIdInfoSm/9");
+  s1 = IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(routerAddrs, addrRouters);
+  s2 = RouterIdToNexthopInfoSm::RouterIdToNexthopInfoSmIs(addrRouters, addrVias, routerVias);
+  s3 = IntfToRouterNexthopInfoSm::IntfToRouterNexthopInfoSmIs(routerVias, intfRouters);
+  s4 = RouterIdToIpNexthopInfoSm::RouterIdToIpNexthopInfoSmIs(intfRouters, mpls, routerHops);
+  EXPECT_EQ(outputs(), justified);
+  EXPECT_EQ(inversionKept.version(), before[0] + 1) << "one removal, nothing re-added";
+  EXPECT_EQ(concatKept.version(), before[1] + 1) << "one removal, nothing re-added";
+  EXPECT_EQ(groupKept.version(), before[2] + 1) << "one removal, nothing re-added";
+  EXPECT_EQ(filterKept.version(), before[3]) << "justified: neither removed nor re-added";
+  EXPECT_EQ(addrRouters->ipAddrRouterId(staleAddr), nullptr) << "emptied, so deleted";
+  EXPECT_EQ(intfRouters->intfRouterNexthop(ethernet9), nullptr) << "emptied, so deleted";
+  EXPECT_EQ(routerHops->routerIpNexthop(router)->ipNexthopInfo(notMpls.hop()), nullptr);
+  EXPECT_EQ(s2->groupByAttr0s(), 2u) << "one group per justified (router, via), none stale";
+  const auto messages = trace.messages();
+  for (const char* expected :
+       {" Reconciling pipeline0: true", " Input scans for pipeline0 complete"})
+    EXPECT_NE(std::find(messages.begin(), messages.end(), expected), messages.end()) << expected;
+  EXPECT_TRUE(s1->outputState()->pipeline0Ready());
+  EXPECT_FALSE(s1->pipeline0Reconciling());
+  EXPECT_EQ(s1->pipeline0Seens(), 0u);
+}
+
+// An address entry removed whole from the routers-per-address input leaves every group of its
+// routers at once; a via that another address of a router still supports stays.
+TEST_F(FluxChainTest, AnAddressEntryRemovedLeavesEveryGroupOfItsRouters) {
+  const auto other = v<RouterId>("3.3.3.3:0");
+  routerAddrs->routerIpAddrIs(other)->ipAddrIs(addr);
+  routerAddrs->routerIpAddr(router)->ipAddrIs(v<Vela::IpGenAddr>("10.0.0.2"));
+  addrVias->ipNexthopIs(v<Vela::IpGenAddr>("10.0.0.2"))->viaIs(via);
+  EXPECT_EQ(outputs()[1], (Lines{"2.2.2.2:0 10.1.1.2-Ethernet1", "3.3.3.3:0 10.1.1.2-Ethernet1"}));
+  addrRouters->ipAddrRouterIdDel(addr);
+  EXPECT_EQ(outputs()[1], Lines{"2.2.2.2:0 10.1.1.2-Ethernet1"});
+  EXPECT_EQ(routerVias->routerNexthop(other), nullptr);
 }
 
 // A via on the default (empty) interface is grouped under that interface like any other.
-TEST(FluxIntfGroupingTest, TheDefaultInterfaceIsAGroupLikeAnyOther) {
-  auto in = Vox::create<RouterNexthopInfoColl>();
-  auto out = Vox::create<IntfRouterNexthopInfoColl>();
-  const auto router = v<RouterId>("2.2.2.2:0");
-  const FibVia onDefault(v<Vela::IpGenAddr>("10.1.1.2"), Vela::IntfId());
-  in->routerNexthopIs(router)->viaIs(onDefault);
-  auto sm = IntfToRouterNexthopInfoSm::IntfToRouterNexthopInfoSmIs(in, out);
-  ASSERT_NE(out->intfRouterNexthop(Vela::IntfId()), nullptr);
-  EXPECT_TRUE(out->intfRouterNexthop(Vela::IntfId())->routerNexthopInfo(router)->via(onDefault));
-  in->routerNexthop(router)->viaDel(onDefault);
-  EXPECT_EQ(out->intfRouterNexthops(), 0u);
+TEST_F(FluxChainTest, TheDefaultInterfaceIsAGroupLikeAnyOther) {
+  const FibVia onDefault(addr, Vela::IntfId());
+  addrVias->ipNexthop(addr)->viaIs(onDefault);
+  ASSERT_NE(intfRouters->intfRouterNexthop(Vela::IntfId()), nullptr);
+  EXPECT_TRUE(
+      intfRouters->intfRouterNexthop(Vela::IntfId())->routerNexthopInfo(router)->via(onDefault));
+  addrVias->ipNexthop(addr)->viaDel(onDefault);
+  EXPECT_EQ(intfRouters->intfRouterNexthop(Vela::IntfId()), nullptr);
 }
 
-using FluxRuntimeDeathTest = FluxInversionTest;
+using FluxChainDeathTest = FluxChainTest;
 
-TEST_F(FluxRuntimeDeathTest, AMissedNotificationIsCaughtWhenTheEntryGoes) {
-  auto sm = IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(in, out);
-  add("2.2.2.2:0", "10.0.0.1");
-  sm->hasNotificationActiveIs(false);
-  add("2.2.2.2:0", "10.0.0.2");  // unseen
-  sm->hasNotificationActiveIs(true);
+// Members added while the stages were not listening: each nested set's check catches them when
+// its entity goes.
+TEST_F(FluxChainDeathTest, EveryNestedSetChecksItsVersion) {
+  const auto other = v<FibVia>("10.1.1.3-Ethernet1");
+  for (auto* stage : std::initializer_list<Vox::Reactor*>{s1.ptr(), s2.ptr(), s4.ptr()})
+    stage->hasNotificationActiveIs(false);
+  routerAddrs->routerIpAddr(router)->ipAddrIs(v<Vela::IpGenAddr>("10.0.0.2"));
+  addrRouters->ipAddrRouterId(addr)->routerIdIs(v<RouterId>("3.3.3.3:0"));
+  addrVias->ipNexthop(addr)->viaIs(other);
+  mpls->intfIdIs(v<Vela::IntfId>("Ethernet2"));
+  intfRouters->intfRouterNexthop(via.intfId())->routerNexthopInfo(router)->viaIs(other);
+  for (auto* stage : std::initializer_list<Vox::Reactor*>{s1.ptr(), s2.ptr(), s4.ptr()})
+    stage->hasNotificationActiveIs(true);
+  const std::string missed = "\\(\\).version\\(\\) && \"We missed notifications that happened to ";
   // The level-0 record of the two versions comes first, then the assertion.
   EXPECT_DEATH(
       {
         Vox::traceOutputIs("");
         Vox::traceConfigure("IpAddrToRouterIdInfoSm/0");
-        in->routerIpAddrDel(v<RouterId>("2.2.2.2:0"));
+        routerAddrs->routerIpAddrDel(router);
       },
-      "version: 1 != 2.*version\\(\\) == en\\(\\)->ipAddrColl\\(\\).version\\(\\) && \"We missed "
-      "notifications that happened to ipAddr before enclosing entity got deleted\"");
+      "version: 1 != 2.*version\\(\\) == en\\(\\)->ipAddrColl" + missed +
+          "ipAddr before enclosing entity got deleted\"");
+  EXPECT_DEATH(addrRouters->ipAddrRouterIdDel(addr), "routerIdColl" + missed + "routerId before");
+  EXPECT_DEATH(addrVias->ipNexthopDel(addr), "viaColl" + missed + "via before");
+  EXPECT_DEATH(s4->intfIdSm3()->doDeleteAll(), "version\\(\\) == en\\(\\)->intfIdColl" + missed +
+                                                   "intfId before enclosing entity got deleted\"");
+  EXPECT_DEATH(intfRouters->intfRouterNexthop(via.intfId())->routerNexthopInfoDel(router),
+               "viaColl" + missed + "via before");
 }
 
-TEST_F(FluxRuntimeDeathTest, EveryNestedSetChecksItsVersion) {
-  const auto router = v<RouterId>("2.2.2.2:0");
-  {
-    auto routers = Vox::create<IpAddrRouterIdInfoColl>();
-    auto nexthops = Vox::create<IpNexthopInfoColl>();
-    auto out2 = Vox::create<RouterNexthopInfoColl>();
-    routers->ipAddrRouterIdIs(v<Vela::IpGenAddr>("10.0.0.1"))->routerIdIs(router);
-    nexthops->ipNexthopIs(v<Vela::IpGenAddr>("10.0.0.1"))->viaIs(v<FibVia>("10.1.1.2-Ethernet1"));
-    auto sm = RouterIdToNexthopInfoSm::RouterIdToNexthopInfoSmIs(routers, nexthops, out2);
-    sm->hasNotificationActiveIs(false);
-    routers->ipAddrRouterId(v<Vela::IpGenAddr>("10.0.0.1"))->routerIdIs(v<RouterId>("3.3.3.3:0"));
-    nexthops->ipNexthop(v<Vela::IpGenAddr>("10.0.0.1"))->viaIs(v<FibVia>("10.1.1.3-Ethernet1"));
-    sm->hasNotificationActiveIs(true);
-    EXPECT_DEATH(routers->ipAddrRouterIdDel(v<Vela::IpGenAddr>("10.0.0.1")),
-                 "routerIdColl\\(\\).version\\(\\) && \"We missed notifications that happened to "
-                 "routerId before");
-    EXPECT_DEATH(
-        nexthops->ipNexthopDel(v<Vela::IpGenAddr>("10.0.0.1")),
-        "viaColl\\(\\).version\\(\\) && \"We missed notifications that happened to via before");
-  }
-  {
-    auto in2 = Vox::create<IntfRouterNexthopInfoColl>();
-    auto mpls = Vox::create<MplsIntfColl>();
-    auto out2 = Vox::create<RouterIpNexthopInfoColl>();
-    in2->intfRouterNexthopIs(v<Vela::IntfId>("Ethernet1"))
-        ->routerNexthopInfoIs(router)
-        ->viaIs(v<FibVia>("10.1.1.2-Ethernet1"));
-    auto sm = RouterIdToIpNexthopInfoSm::RouterIdToIpNexthopInfoSmIs(in2, mpls, out2);
-    sm->hasNotificationActiveIs(false);
-    mpls->intfIdIs(v<Vela::IntfId>("Ethernet1"));
-    in2->intfRouterNexthop(v<Vela::IntfId>("Ethernet1"))
-        ->routerNexthopInfo(router)
-        ->viaIs(v<FibVia>("10.1.1.3-Ethernet1"));
-    sm->hasNotificationActiveIs(true);
-    EXPECT_DEATH(sm->intfIdSm3()->doDeleteAll(),
-                 "version\\(\\) == en\\(\\)->intfIdColl\\(\\).version\\(\\) && \"We missed "
-                 "notifications that "
-                 "happened to intfId before enclosing entity got deleted\"");
-    EXPECT_DEATH(
-        in2->intfRouterNexthop(v<Vela::IntfId>("Ethernet1"))->routerNexthopInfoDel(router),
-        "viaColl\\(\\).version\\(\\) && \"We missed notifications that happened to via before");
-  }
-}
-
-TEST_F(FluxRuntimeDeathTest, ReinstantiatingAChildWithOtherParametersIsFatal) {
-  add("2.2.2.2:0", "10.0.0.1");
-  auto sm = IpAddrToRouterIdInfoSm::IpAddrToRouterIdInfoSmIs(in, out);
-  const auto top = sm->routerIpAddrSm0();
-  const auto entry = in->routerIpAddr(v<RouterId>("2.2.2.2:0"));
-  const auto stranger = Vox::create<RouterIpAddrInfo>(v<RouterId>("2.2.2.2:0"));
-  EXPECT_EQ(top->childSmIs(entry, top.ptr(), entry->routerId()), top->childSm(entry->routerId()));
+TEST_F(FluxChainDeathTest, ReinstantiatingAChildWithOtherParametersIsFatal) {
+  const auto top = s1->routerIpAddrSm0();
+  const auto entry = routerAddrs->routerIpAddr(router);
+  const auto stranger = Vox::create<RouterIpAddrInfo>(router);
+  EXPECT_EQ(top->childSmIs(entry, top.ptr(), router), top->childSm(router));
   // A child reports under the key it was created for, even one that is not its entry's own.
   const auto alias = v<RouterId>("7.7.7.7:0");
   EXPECT_EQ(top->childSmIs(entry, top.ptr(), alias)->smKey(), alias);
-  EXPECT_EQ(output(), (Lines{"10.0.0.1 2.2.2.2:0", "10.0.0.1 7.7.7.7:0"}));
+  EXPECT_EQ(outputs()[0], (Lines{"10.1.1.2 2.2.2.2:0", "10.1.1.2 7.7.7.7:0"}));
   EXPECT_DEATH(
-      top->childSmIs(stranger, top.ptr(), entry->routerId()),
+      top->childSmIs(stranger, top.ptr(), router),
       "Reinstantiating the pointer interface where constructor parameter attribute _en has a "
       "different value of 0x[0-9a-f]+ than the current value of 0x[0-9a-f]+ not allowed");
   EXPECT_DEATH(
-      top->childSmIs(entry, sm.ptr(), entry->routerId()),
+      top->childSmIs(entry, s1.ptr(), router),
       "Reinstantiating the pointer interface where constructor parameter attribute _parent has a "
       "different value of .* than the current value of .* not allowed");
 }

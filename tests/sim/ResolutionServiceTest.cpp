@@ -266,15 +266,9 @@ TEST_F(ResolutionServiceTest, RandomChangesMatchAFromScratchLongestPrefixMatch) 
 using ResolutionServiceDeathTest = ResolutionServiceTest;
 
 TEST_F(ResolutionServiceDeathTest, RouteChangesFromInsideItsNotificationsAreFatal) {
-  struct Meddler : Routing::NexthopBacklog::NotifieeConst {
-    void onAttribute(const Vox::AttributeInfo&, const void*) override {
-      service->routeDel(net("10.0.0.0/24"));
-    }
-    Sim::ResolutionService* service = nullptr;
-  } meddler;
-  meddler.service = &*service;
-  meddler.notifierIs(backlog);
-  meddler.hasNotificationActiveIs(true);
+  const Watch<Routing::NexthopBacklog> meddler(
+      backlog,
+      [this](const Vox::AttributeInfo&, const void*) { service->routeDel(net("10.0.0.0/24")); });
   request(ip("10.0.0.1"));
   EXPECT_DEATH(service->routeIs(net("10.0.0.0/24"), vias({"10.1.1.2-Ethernet1"})),
                "route change outside the service's own notifications");

@@ -92,7 +92,6 @@ TEST_F(TopologyTest, FullOutputHasOneBranchPerPairOverThePeersOwnLinks) {
   EXPECT_EQ(auditDifferences(agent), "");
   const auto& lfib = agent.colls().lfib;
   EXPECT_EQ(lfib->labelForwardings(), topology.shape().fecs);
-  uint64_t branches = 0;
   for (uint32_t f = 0; f < topology.shape().fecs; ++f) {
     const auto entry = lfib->labelForwarding(topology.localLabel(f));
     ASSERT_TRUE(entry) << f;
@@ -113,9 +112,7 @@ TEST_F(TopologyTest, FullOutputHasOneBranchPerPairOverThePeersOwnLinks) {
       }
       EXPECT_EQ(found, 1) << "FEC " << f << " peer " << peer;
     }
-    branches += entry->forwardingInfos();
   }
-  EXPECT_EQ(branches, topology.pairs());
   // Every link carries some trees: the interface-address filter kept all of them.
   std::set<std::string> usedVias;
   for (const auto& [pair, via] : chosenVias(agent))

@@ -3,9 +3,10 @@
 // docs/show-json.schema.json, cover each table's nesting as a whole.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <sstream>
 #include <string>
+#include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "sim/Agent.h"
@@ -65,53 +66,41 @@ TEST(JsonWriterTest, SeparatesItemsOfEveryKind) {
   EXPECT_EQ(json.text(), R"({"a":[0,18446744073709551615,true,false,null,{},[],"s"],"b":null})");
 }
 
-// Each value type's JSON form, written alone.
+// `value` as `write` writes it.
+template <class Value>
+std::string json(void (*write)(JsonWriter&, Value), std::remove_cvref_t<Value> value) {
+  JsonWriter json;
+  write(json, value);
+  return json.text();
+}
+
+// Each value type's JSON form, written alone, at its edges (the common forms, a peer with label
+// space 0 and a via on a named interface, are all over the golden JSON run).
 TEST(ValueJsonTest, WritesEachValueTyped) {
-  struct Case {
-    std::string what;
-    std::function<void(JsonWriter&)> write;
-    std::string expected;
-  };
+  using Vela::MplsLabel;
   const auto fec = [](std::string_view text) { return Mpls::FwdEqvClass::sequenceToValue(text); };
   const auto via = [](std::string_view text) { return Mpls::FibVia::sequenceToValue(text); };
-  using Vela::MplsLabel;
-  const std::vector<Case> cases{
-      {"lowest label", [](JsonWriter& j) { QuillTool::writeLabel(j, MplsLabel(0)); }, "0"},
-      {"highest label", [](JsonWriter& j) { QuillTool::writeLabel(j, MplsLabel(1048575)); },
-       "1048575"},
-      {"announced label", [](JsonWriter& j) { QuillTool::writeAnnouncedLabel(j, MplsLabel(16)); },
-       "16"},
-      {"no usable label",
-       [](JsonWriter& j) { QuillTool::writeAnnouncedLabel(j, MplsLabel(MplsLabel::kOutOfRange)); },
-       "null"},
-      {"peer", [](JsonWriter& j) { QuillTool::writePeer(j, Mpls::RouterId(0x02020202, 0)); },
-       R"({"lsr-id":"2.2.2.2","label-space-id":0})"},
-      {"peer, widest",
-       [](JsonWriter& j) { QuillTool::writePeer(j, Mpls::RouterId(0xffffff01, 65535)); },
+  const std::pair<std::string, std::string> cases[] = {
+      {json(QuillTool::writeLabel, MplsLabel(0)), "0"},
+      {json(QuillTool::writeLabel, MplsLabel(1048575)), "1048575"},
+      {json(QuillTool::writeAnnouncedLabel, MplsLabel(16)), "16"},
+      // No usable label.
+      {json(QuillTool::writeAnnouncedLabel, MplsLabel(MplsLabel::kOutOfRange)), "null"},
+      {json(QuillTool::writePeer, Mpls::RouterId(0xffffff01, 65535)),
        R"({"lsr-id":"255.255.255.1","label-space-id":65535})"},
-      {"FEC, LSP id",
-       [&](JsonWriter& j) { QuillTool::writeFec(j, fec("p2mp/1.1.1.1/0100040000002A")); },
+      {json(QuillTool::writeFec, fec("p2mp/1.1.1.1/0100040000002A")),
        R"({"root-address":"1.1.1.1","opaque-value":"0100040000002a"})"},
-      {"FEC, IPv6 root, opaque value kept apart",
-       [&](JsonWriter& j) {
-         QuillTool::writeFec(j, fec("p2mp/2001:db8::1/0100040000000701000400000008"));
-       },
+      // An IPv6 root, and an opaque value kept apart.
+      {json(QuillTool::writeFec, fec("p2mp/2001:db8::1/0100040000000701000400000008")),
        R"({"root-address":"2001:db8::1","opaque-value":"0100040000000701000400000008"})"},
-      {"default FEC", [](JsonWriter& j) { QuillTool::writeFec(j, Mpls::FwdEqvClass()); },
+      {json(QuillTool::writeFec, Mpls::FwdEqvClass()),
        R"({"root-address":"0.0.0.0","opaque-value":""})"},
-      {"via", [&](JsonWriter& j) { QuillTool::writeVia(j, via("10.0.12.2-Port-Channel10")); },
-       R"({"next-hop":"10.0.12.2","interface":"Port-Channel10"})"},
-      {"via, IPv6 next hop",
-       [&](JsonWriter& j) { QuillTool::writeVia(j, via("fe80::1-Ethernet3/1")); },
+      {json(QuillTool::writeVia, via("fe80::1-Ethernet3/1")),
        R"({"next-hop":"fe80::1","interface":"Ethernet3/1"})"},
-      {"via without interface", [](JsonWriter& j) { QuillTool::writeVia(j, Mpls::FibVia()); },
-       R"({"next-hop":"0.0.0.0","interface":null})"},
+      {json(QuillTool::writeVia, Mpls::FibVia()), R"({"next-hop":"0.0.0.0","interface":null})"},
   };
-  for (const Case& c : cases) {
-    JsonWriter json;
-    c.write(json);
-    EXPECT_EQ(json.text(), c.expected) << c.what;
-  }
+  for (const auto& [written, expected] : cases)
+    EXPECT_EQ(written, expected);
 }
 
 // Arrays follow value order, which text order would break: 17 before 1000, 9.9.9.9 before
