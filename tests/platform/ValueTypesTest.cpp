@@ -71,11 +71,9 @@ TEST(ValueTypesTest, TextsRoundTripInOrderAndMalformedOnesAreRejected) {
 }
 
 TEST(ValueTypesTest, ParseErrorsSayWhatWasExpected) {
-  expectParseError<Vela::IntfId>("Bogus7",
-                                 "cannot parse 'Bogus7' as Vela::IntfId: expected one "
-                                 "of Ethernet");
-  expectParseError<Vela::IntfId>("Bogus7", "Vlan<1-4094>");
-  expectParseError<Vela::IntfId>("Bogus7", "unknown interface kind 'Bogus'");
+  for (const char* why : {"cannot parse 'Bogus7' as Vela::IntfId: expected one of Ethernet",
+                          "Vlan<1-4094>", "unknown interface kind 'Bogus'"})
+    expectParseError<Vela::IntfId>("Bogus7", why);
   expectParseError<Mpls::FwdEqvClass>("p2mp/1.1.1.1/01000400",
                                       "declares 4 value bytes but 1 remain");
 }
