@@ -80,14 +80,12 @@ TEST(ValueTypesTest, ParseErrorsSayWhatWasExpected) {
 
 TEST(ValueTypesTest, HashesMixEveryFieldInOrder) {
   EXPECT_NE(hashOf(Mpls::RouterId(1, 2)), hashOf(Mpls::RouterId(2, 1)));
-  EXPECT_NE(hashOf(Ldp::LdpIdentifier(1, 2)), hashOf(Ldp::LdpIdentifier(2, 1)));
   EXPECT_NE(hashOf(v<Vela::IntfId>("Ethernet3/1")), hashOf(v<Vela::IntfId>("Ethernet1/3")));
-  // The seed and the opaque bytes count; p2mpLspId spells the Generic LSP Identifier TLV.
-  const auto fec = Mpls::FwdEqvClass::p2mpLspId(Vela::IpAddr(0x01010101), 42);
-  EXPECT_NE(fec.hash(0), fec.hash(1));
-  EXPECT_NE(fec.hash(0), Mpls::FwdEqvClass::p2mpLspId(Vela::IpAddr(0x01010101), 43).hash(0));
-  EXPECT_EQ(fec, v<Mpls::FwdEqvClass>("p2mp/1.1.1.1/0100040000002a"));
-  // Reference values of Thomas Wang's 32-bit hash, computed independently, plus the label space.
+  // p2mpLspId spells the Generic LSP Identifier TLV (FEC hashes have reference values below).
+  EXPECT_EQ(Mpls::FwdEqvClass::p2mpLspId(Vela::IpAddr(0x01010101), 42),
+            v<Mpls::FwdEqvClass>("p2mp/1.1.1.1/0100040000002a"));
+  // Reference values of Thomas Wang's 32-bit hash, computed independently, plus the label space:
+  // they also pin the order of the two fields.
   EXPECT_EQ(Ldp::LdpIdentifier(0, 0).hash(), 0xcaa3caa3u);
   EXPECT_EQ(Ldp::LdpIdentifier(1, 0).hash(), 0x12d60bf6u);
   EXPECT_EQ(Ldp::LdpIdentifier(0xffffffff, 0).hash(), 0xbd55fc18u);
