@@ -12,12 +12,14 @@
 #include "platform/vela/IpAddr.h"
 #include "platform/vela/MplsLabel.h"
 #include "tests/support/ValueChecks.h"
+#include "tests/support/Values.h"
 
 namespace {
 
 using QuillTest::expectParseError;
 using QuillTest::expectValueTexts;
 using QuillTest::hashOf;
+using QuillTest::v;
 
 // Canonical texts, listed in their documented order, and malformed ones.
 TEST(ValueTypesTest, TextsRoundTripInOrderAndMalformedOnesAreRejected) {
@@ -59,37 +61,31 @@ TEST(ValueTypesTest, TextsRoundTripInOrderAndMalformedOnesAreRejected) {
       {"0.0.0.255:1", "0.0.1.0:0", "1.0.0.0:0", "1.0.0.0:256", "1.0.0.1:0", "10.0.0.1:65535"},
       {"1.1.1.1", "1.1.1.1:x", "1.1.1.1:1:1"});
   // Trailing junk hidden behind a NUL (the message is cut at the NUL, so only the throw counts).
-  EXPECT_THROW(Vela::IpGenAddr::sequenceToValue(std::string_view("::1\0x", 5)), Vox::ParseError);
+  EXPECT_THROW(v<Vela::IpGenAddr>(std::string_view("::1\0x", 5)), Vox::ParseError);
   // Defaults, and lenient inputs that print back in canonical form.
   EXPECT_EQ(Vela::IpGenAddr().valueToStrep(), "0.0.0.0");
   EXPECT_EQ(Mpls::FwdEqvClass().valueToStrep(), "p2mp/0.0.0.0/");
   EXPECT_EQ(Mpls::FibVia().valueToStrep(), "0.0.0.0-");
-  EXPECT_EQ(Vela::IpGenAddr::sequenceToValue("2001:DB8:0:0::1").valueToStrep(), "2001:db8::1");
-  EXPECT_EQ(Mpls::FwdEqvClass::sequenceToValue("p2mp/1.1.1.1/FF0000").valueToStrep(),
-            "p2mp/1.1.1.1/ff0000");
+  EXPECT_EQ(v<Vela::IpGenAddr>("2001:DB8:0:0::1").valueToStrep(), "2001:db8::1");
+  EXPECT_EQ(v<Mpls::FwdEqvClass>("p2mp/1.1.1.1/FF0000").valueToStrep(), "p2mp/1.1.1.1/ff0000");
 }
 
 TEST(ValueTypesTest, ParseErrorsSayWhatWasExpected) {
-  expectParseError<Vela::IntfId>("Bogus7",
-                                 "cannot parse 'Bogus7' as Vela::IntfId: expected one "
-                                 "of Ethernet");
-  expectParseError<Vela::IntfId>("Bogus7", "Vlan<1-4094>");
-  expectParseError<Vela::IntfId>("Bogus7", "unknown interface kind 'Bogus'");
+  for (const char* why : {"cannot parse 'Bogus7' as Vela::IntfId: expected one of Ethernet",
+                          "Vlan<1-4094>", "unknown interface kind 'Bogus'"})
+    expectParseError<Vela::IntfId>("Bogus7", why);
   expectParseError<Mpls::FwdEqvClass>("p2mp/1.1.1.1/01000400",
                                       "declares 4 value bytes but 1 remain");
 }
 
 TEST(ValueTypesTest, HashesMixEveryFieldInOrder) {
   EXPECT_NE(hashOf(Mpls::RouterId(1, 2)), hashOf(Mpls::RouterId(2, 1)));
-  EXPECT_NE(hashOf(Ldp::LdpIdentifier(1, 2)), hashOf(Ldp::LdpIdentifier(2, 1)));
-  EXPECT_NE(hashOf(Vela::IntfId::sequenceToValue("Ethernet3/1")),
-            hashOf(Vela::IntfId::sequenceToValue("Ethernet1/3")));
-  // The seed and the opaque bytes count; p2mpLspId spells the Generic LSP Identifier TLV.
-  const auto fec = Mpls::FwdEqvClass::p2mpLspId(Vela::IpAddr(0x01010101), 42);
-  EXPECT_NE(fec.hash(0), fec.hash(1));
-  EXPECT_NE(fec.hash(0), Mpls::FwdEqvClass::p2mpLspId(Vela::IpAddr(0x01010101), 43).hash(0));
-  EXPECT_EQ(fec, Mpls::FwdEqvClass::sequenceToValue("p2mp/1.1.1.1/0100040000002a"));
-  // Reference values of Thomas Wang's 32-bit hash, computed independently, plus the label space.
+  EXPECT_NE(hashOf(v<Vela::IntfId>("Ethernet3/1")), hashOf(v<Vela::IntfId>("Ethernet1/3")));
+  // p2mpLspId spells the Generic LSP Identifier TLV (FEC hashes have reference values below).
+  EXPECT_EQ(Mpls::FwdEqvClass::p2mpLspId(Vela::IpAddr(0x01010101), 42),
+            v<Mpls::FwdEqvClass>("p2mp/1.1.1.1/0100040000002a"));
+  // Reference values of Thomas Wang's 32-bit hash, computed independently, plus the label space:
+  // they also pin the order of the two fields.
   EXPECT_EQ(Ldp::LdpIdentifier(0, 0).hash(), 0xcaa3caa3u);
   EXPECT_EQ(Ldp::LdpIdentifier(1, 0).hash(), 0x12d60bf6u);
   EXPECT_EQ(Ldp::LdpIdentifier(0xffffffff, 0).hash(), 0xbd55fc18u);
@@ -117,7 +113,7 @@ TEST(ValueTypesTest, FecHashesKeepTheirValuesForEverySeed) {
             0x77a1fe9bu},
        }) {
     SCOPED_TRACE(c.text);
-    const auto fec = Mpls::FwdEqvClass::sequenceToValue(c.text);
+    const auto fec = v<Mpls::FwdEqvClass>(c.text);
     EXPECT_EQ(fec.hash(0), c.seed0);
     EXPECT_EQ(fec.hash(1), c.seed1);
     EXPECT_EQ(fec.hash(0x9e3779b9u), c.seedGolden);
@@ -126,7 +122,7 @@ TEST(ValueTypesTest, FecHashesKeepTheirValuesForEverySeed) {
 
 TEST(ValueTypesTest, SameBytesDifferentFamilies) {
   const Vela::IpGenAddr v4(Vela::IpAddr(0x01020304));
-  const auto v6 = Vela::IpGenAddr::sequenceToValue("::ffff:1.2.3.4");
+  const auto v6 = v<Vela::IpGenAddr>("::ffff:1.2.3.4");
   EXPECT_TRUE(v4.isV4() && v6.isV6());
   EXPECT_EQ(v4.v4().value(), 0x01020304u);
   EXPECT_NE(v4, v6);
@@ -134,24 +130,22 @@ TEST(ValueTypesTest, SameBytesDifferentFamilies) {
   EXPECT_EQ(v4.ip6Addr().hash(), v6.ip6Addr().hash());
   EXPECT_NE(v4.hash(0), v6.hash(0));  // the generic address mixes its family
   // A via's hash ignores the family; equality does not.
-  const auto intf = Vela::IntfId::sequenceToValue("Ethernet1");
+  const auto intf = v<Vela::IntfId>("Ethernet1");
   EXPECT_NE(Mpls::FibVia(v4, intf), Mpls::FibVia(v6, intf));
   EXPECT_EQ(Mpls::FibVia(v4, intf).hash(), Mpls::FibVia(v6, intf).hash());
   EXPECT_NE(Mpls::FibVia(v4, intf).hash(), Mpls::FibVia(v4, Vela::IntfId()).hash());
 }
 
 TEST(ValueTypesTest, AttrLogRoundTripsAndRejectsValuesNoTextCouldSpell) {
-  QuillTest::expectLogRoundTrip(Vela::IpGenAddr::sequenceToValue("10.0.0.1"));
-  QuillTest::expectLogRoundTrip(Vela::IpGenAddr::sequenceToValue("::ffff:10.0.0.1"));
-  QuillTest::expectLogRoundTrip(Vela::IntfId::sequenceToValue("Ethernet3/1/2"));
-  QuillTest::expectLogRoundTrip(Vela::MplsLabel(Vela::MplsLabel::kOutOfRange));
-  QuillTest::expectLogRoundTrip(Mpls::RouterId(0x02020202, 7));
-  QuillTest::expectLogRoundTrip(Mpls::FwdEqvClass());
-  QuillTest::expectLogRoundTrip(Mpls::FwdEqvClass::p2mpLspId(Vela::IpAddr(0x01010101), 42));
-  QuillTest::expectLogRoundTrip(
-      Mpls::FwdEqvClass::sequenceToValue("p2mp/2001:db8::1/ff0009000102030405060708"));
-  QuillTest::expectLogRoundTrip(Mpls::FibVia::sequenceToValue("2001:db8::1-Port-Channel10"));
-  QuillTest::expectLogRoundTrip(Ldp::LdpIdentifier(0x01020304, 3));
+  const auto roundTrip = [](const auto&... values) {
+    (QuillTest::expectLogRoundTrip(values), ...);
+  };
+  roundTrip(v<Vela::IpGenAddr>("10.0.0.1"), v<Vela::IpGenAddr>("::ffff:10.0.0.1"),
+            v<Vela::IntfId>("Ethernet3/1/2"), Vela::MplsLabel(Vela::MplsLabel::kOutOfRange),
+            Mpls::RouterId(0x02020202, 7), Mpls::FwdEqvClass(),
+            Mpls::FwdEqvClass::p2mpLspId(Vela::IpAddr(0x01010101), 42),
+            v<Mpls::FwdEqvClass>("p2mp/2001:db8::1/ff0009000102030405060708"),
+            v<Mpls::FibVia>("2001:db8::1-Port-Channel10"), Ldp::LdpIdentifier(0x01020304, 3));
   std::string family, vlan, opaque;
   Vox::AttrLogWriter(family).u8(5).u32(0);
   Vox::AttrLogWriter(vlan).u32(6u << 16 | 4095).u32(0);
@@ -160,6 +154,18 @@ TEST(ValueTypesTest, AttrLogRoundTripsAndRejectsValuesNoTextCouldSpell) {
   EXPECT_THROW(Vela::IpGenAddr{familyReader}, Vox::LogStreamError);
   EXPECT_THROW(Vela::IntfId{vlanReader}, Vox::LogStreamError);
   EXPECT_THROW(Mpls::FwdEqvClass{opaqueReader}, Vox::LogStreamError);
+}
+
+// Building a value from parts that no text form could produce is a programming error.
+TEST(ValueTypesDeathTest, ImpossiblePartsAreFatal) {
+  EXPECT_DEATH(Vela::IntfId(Vela::IntfId::Kind::vlan, 4095),
+               "valid interface numbers for the kind");
+  EXPECT_DEATH(Vela::IntfId(Vela::IntfId::Kind::none, 1), "valid interface numbers for the kind");
+  EXPECT_DEATH(Mpls::FwdEqvClass(Vela::IpGenAddr(), std::string("\x01\x00\x05", 3)),
+               "well-formed opaque value");
+  EXPECT_DEATH(v<Vela::IpGenAddr>("2001:db8::1").v4(), "isV4\\(\\)");
+  EXPECT_DEATH(VOX_ASSERT(false, "initialized()"),
+               "ValueTypesTest.cpp:[0-9]+: fatal assertion failed: initialized\\(\\)");
 }
 
 }  // namespace

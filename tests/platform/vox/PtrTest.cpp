@@ -10,51 +10,42 @@ namespace {
 struct Counted : Vox::PtrInterface {
   explicit Counted(int* destroyed) : destroyed_(destroyed) {}
   ~Counted() override { ++*destroyed_; }
-  int value = 0;
   int* destroyed_;
 };
 struct Derived : Counted {
   using Counted::Counted;
 };
 
-TEST(PtrTest, DeletesWithTheLastReference) {
+// Copies, moves and conversions to const and to a base share one count; the last reference
+// deletes.
+TEST(PtrTest, CopiesAndConversionsShareOneCountAndTheLastReferenceDeletes) {
   int destroyed = 0;
   {
-    Vox::Ptr<Counted> a(new Counted(&destroyed));
-    Vox::Ptr<Counted> b = a;
-    EXPECT_EQ(a->references(), 2u);
-    a = nullptr;
+    Vox::Ptr<Derived> derived(new Derived(&destroyed));
+    Vox::Ptr<Counted> base = derived;
+    Vox::Ptr<const Counted> readOnly = base;
+    static_assert(!std::is_convertible_v<Vox::Ptr<const Counted>, Vox::Ptr<Counted>>);
+    EXPECT_EQ(readOnly->references(), 3u);
+    EXPECT_TRUE(readOnly == derived);
+    Vox::Ptr<Counted> moved = std::move(base);
+    EXPECT_EQ(base, nullptr);
+    EXPECT_EQ(moved->references(), 3u);
+    derived = nullptr;
+    readOnly = nullptr;
     EXPECT_EQ(destroyed, 0);
-    EXPECT_EQ(b->references(), 1u);
+    EXPECT_EQ(moved->references(), 1u);
   }
   EXPECT_EQ(destroyed, 1);
 }
 
-TEST(PtrTest, ConvertsToConstAndToBaseSharingOneCount) {
-  int destroyed = 0;
-  Vox::Ptr<Derived> derived(new Derived(&destroyed));
-  Vox::Ptr<Counted> base = derived;
-  Vox::Ptr<const Counted> readOnly = base;
-  static_assert(!std::is_convertible_v<Vox::Ptr<const Counted>, Vox::Ptr<Counted>>);
-  EXPECT_EQ(readOnly->references(), 3u);
-  EXPECT_TRUE(readOnly == derived);
-  Vox::Ptr<Counted> moved = std::move(base);
-  EXPECT_EQ(base, nullptr);
-  EXPECT_EQ(moved->references(), 3u);
-}
-
-TEST(PtrTest, CopyingAnObjectDoesNotCopyItsCount) {
+// A copied object starts a count of its own; release hands the reference to the caller.
+TEST(PtrTest, ACopiedObjectCountsAloneAndReleaseHandsTheReferenceOver) {
   int destroyed = 0;
   Vox::Ptr<Counted> original(new Counted(&destroyed));
   Vox::Ptr<Counted> copy(new Counted(*original));
   EXPECT_EQ(copy->references(), 1u);
   EXPECT_EQ(original->references(), 1u);
-}
-
-TEST(PtrTest, ReleaseHandsTheReferenceOver) {
-  int destroyed = 0;
-  Vox::Ptr<Counted> a(new Counted(&destroyed));
-  Counted* raw = a.release();
+  Counted* raw = copy.release();
   EXPECT_EQ(raw->references(), 1u);
   raw->deleteRef();
   EXPECT_EQ(destroyed, 1);

@@ -68,7 +68,7 @@ using ZombieReactor = LoggingReactor<Vox::Removal::kZombie>;
 using ReactorTypes = ::testing::Types<DropReactor, ZombieReactor>;
 TYPED_TEST_SUITE(ReactorTest, ReactorTypes);
 
-TYPED_TEST(ReactorTest, FollowsMembersAndTheirKeys) {
+TYPED_TEST(ReactorTest, FollowsMembersAndTheirKeysAndLetsRemovedOnesGoAsThePolicySays) {
   // The item present at construction got its per-key reactor while the owner was not yet
   // referenced, so its whole-member scan did nothing.
   EXPECT_TRUE(this->reactor->log.empty());
@@ -79,48 +79,53 @@ TYPED_TEST(ReactorTest, FollowsMembersAndTheirKeys) {
   this->coll->flagIs({5});
   EXPECT_EQ(this->reactor->log, (Events{"whole 2", "tag 2 20", "tag 2 20", "flag 5"}));
   EXPECT_EQ(this->reactor->item.size(), 2u);
-}
-
-TYPED_TEST(ReactorTest, RemovalDropsOrWithdrawsAsThePolicySays) {
-  auto item = this->coll->item({1});
+  // A removed member is dropped, or withdrawn as a zombie, and reaches no one any more.
+  this->reactor->log.clear();
+  auto first = this->coll->item({1});
   this->coll->itemDel({1});
-  EXPECT_EQ(this->reactor->item.size(), 0u);
-  if constexpr (std::is_same_v<TypeParam, ZombieReactor>) {
-    EXPECT_EQ(this->reactor->log, (Events{"whole 1 zombie 10"}));
-  } else {
-    EXPECT_TRUE(this->reactor->log.empty());
-  }
-  item->tagIs({11});  // the removed member no longer reaches anyone
-  EXPECT_EQ(this->reactor->log.size(), (std::is_same_v<TypeParam, ZombieReactor> ? 1u : 0u));
+  first->tagIs({11});
+  EXPECT_EQ(this->reactor->item.size(), 1u);
+  EXPECT_EQ(this->reactor->log,
+            (std::is_same_v<TypeParam, ZombieReactor> ? Events{"whole 1 zombie 10"} : Events{}));
 }
 
-TYPED_TEST(ReactorTest, NotificationsOffSilencesEveryPart) {
-  this->reactor->hasNotificationActiveIs(false);
+// With notifications off, and as a zombie, no part of the reactor hears anything; it hears again
+// once back.
+TYPED_TEST(ReactorTest, NotificationsOffAndAZombieSilenceEveryPartUntilBack) {
+  auto& reactor = *this->reactor;
+  reactor.hasNotificationActiveIs(false);
   this->coll->itemIs({3});
   this->coll->item({1})->tagIs({12});
   this->coll->flagIs({6});
-  EXPECT_TRUE(this->reactor->log.empty());
-  EXPECT_EQ(this->reactor->item.size(), 1u);
-  this->reactor->hasNotificationActiveIs(true);
+  EXPECT_TRUE(reactor.log.empty());
+  EXPECT_EQ(reactor.item.size(), 1u);
+  reactor.hasNotificationActiveIs(true);
   this->coll->item({1})->tagIs({13});
-  EXPECT_EQ(this->reactor->log, (Events{"tag 1 13"}));
-}
-
-TYPED_TEST(ReactorTest, AZombieReceivesNothingAndComesBack) {
-  this->reactor->voxDoZombieReactors(true);
-  EXPECT_TRUE(this->reactor->zombie());
-  EXPECT_TRUE(this->reactor->deleting());
-  this->reactor->log.clear();  // per-key reactors ran their zombie scans
+  EXPECT_EQ(reactor.log, (Events{"tag 1 13"}));
+  reactor.voxDoZombieReactors(true);
+  EXPECT_TRUE(reactor.zombie());
+  EXPECT_TRUE(reactor.deleting());
+  reactor.log.clear();  // per-key reactors ran their zombie scans
   this->coll->item({1})->tagIs({14});
   this->coll->itemIs({4});
   this->coll->flagIs({7});
-  EXPECT_TRUE(this->reactor->log.empty());
-  this->reactor->voxDoZombieReactors(false);
+  EXPECT_TRUE(reactor.log.empty());
+  reactor.voxDoZombieReactors(false);
   this->coll->item({1})->tagIs({15});
-  EXPECT_EQ(this->reactor->log, (Events{"tag 1 15"}));
+  EXPECT_EQ(reactor.log, (Events{"tag 1 15"}));
 }
 
-TYPED_TEST(ReactorTest, ReplacingTheMemberOfAKeyReplacesItsReactor) {
+template <class Call>
+void expectRangeError(Call call, const char* message) {
+  try {
+    call();
+    ADD_FAILURE() << "expected a range exception";
+  } catch (const Vox::RangeException& error) {
+    EXPECT_STREQ(error.what(), message);
+  }
+}
+
+TYPED_TEST(ReactorTest, ReplacingTheMemberOfAKeyReplacesItsReactorAndNoneIsARangeError) {
   auto* first = this->reactor->item.find({1});
   EXPECT_EQ(this->reactor->item.is(this->coll->item({1})), first);
   auto stranger = Vox::create<TestItem>(TestKey{1});
@@ -133,17 +138,9 @@ TYPED_TEST(ReactorTest, ReplacingTheMemberOfAKeyReplacesItsReactor) {
   this->coll->item({1})->tagIs({16});
   stranger->tagIs({17});
   EXPECT_EQ(this->reactor->log, (Events{"tag 1 17"}));
-}
-
-TYPED_TEST(ReactorTest, NullMemberIsARangeError) {
-  try {
-    this->reactor->item.is(nullptr);
-    FAIL() << "expected a range exception";
-  } catch (const Vox::RangeException& error) {
-    EXPECT_STREQ(
-        error.what(),
-        "null _item parameter to mutator for QuillTest::LoggingReactor::item not allowed\"");
-  }
+  expectRangeError([this] { this->reactor->item.is(nullptr); },
+                   "null _item parameter to mutator for QuillTest::LoggingReactor::item not "
+                   "allowed\"");
 }
 
 // The typed forwarders: every tag of every item of a group reaches one stage handler with the
@@ -204,14 +201,9 @@ TEST(KeyForwarderTest, NestedKeysReachTheStageOncePerPair) {
   EXPECT_EQ(reactor->log, (Events{"1/6/60", "1/6/60", "1/1/10"}));
   EXPECT_EQ(reactor->group.size(), 1u);
 
-  try {
-    reactor->group.find({2})->nestedIs(nullptr);
-    FAIL() << "expected a range exception";
-  } catch (const Vox::RangeException& error) {
-    EXPECT_STREQ(error.what(),
-                 "null _item parameter to mutator for QuillTest::NestingReactor::VoxGroup::item "
-                 "not allowed\"");
-  }
+  expectRangeError([&] { reactor->group.find({2})->nestedIs(nullptr); },
+                   "null _item parameter to mutator for QuillTest::NestingReactor::VoxGroup::item "
+                   "not allowed\"");
 }
 
 }  // namespace

@@ -2,8 +2,9 @@
 
 #include <gtest/gtest.h>
 
-#include <sstream>
 #include <string>
+
+#include "tests/support/ValueChecks.h"
 
 namespace {
 
@@ -71,17 +72,13 @@ TEST(ValueTypeTest, OrderEqualityAndHashFollowTheFieldList) {
 
 TEST(ValueTypeTest, TextParseAndLogFollowTheFieldList) {
   const AddressFirst a(0x0a000001, 7);
-  EXPECT_EQ(a.valueToStrep(), "10.0.0.1/7");
-  EXPECT_EQ(TagFirst(7, 0x0a000001).valueToStrep(), "7/10.0.0.1");
-  EXPECT_EQ(AddressFirst::sequenceToValue("10.0.0.1/7"), a);
-  std::ostringstream streamed;
-  streamed << a;
-  EXPECT_EQ(streamed.str(), "10.0.0.1/7");
+  EXPECT_EQ(QuillTest::expectTextRoundTrip<AddressFirst>("10.0.0.1/7"), a);
+  EXPECT_EQ(QuillTest::expectTextRoundTrip<TagFirst>("7/10.0.0.1"), TagFirst(7, 0x0a000001));
 
   const Pair pair(a, 3);
-  const std::string text = "Value('Test::Pair', ** {'key': 10.0.0.1/7, 'count': 3})";
-  EXPECT_EQ(pair.valueToStrep(), text);
-  EXPECT_EQ(Pair::sequenceToValue(text), pair);
+  EXPECT_EQ(QuillTest::expectTextRoundTrip<Pair>(
+                "Value('Test::Pair', ** {'key': 10.0.0.1/7, 'count': 3})"),
+            pair);
   EXPECT_EQ(Pair::textPlaceholder(), "Value('Test::Pair', ** {'key': A.B.C.D/N, 'count': N})");
 
   std::string bytes;
