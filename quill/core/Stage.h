@@ -12,10 +12,10 @@
 //     using Stage::Stage;                                         // the constructor
 //     static constexpr auto RouterNexthopInfoSmIs = &stageIs;     // the static creator
 //     ...
-//     QUILL_PER_KEY_REACTORS(ipNexthop, VoxIpNexthop, VoxIpNexthopInfoColl,
-//                            IpNexthopInfoColl::ipNexthopAttribute)
 //    private:
 //     const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl_ = collection<1>();
+//     QUILL_PER_KEY_REACTORS(ipNexthop, VoxIpNexthop, VoxIpNexthopInfoColl,
+//                            IpNexthopInfoColl::ipNexthopAttribute)
 //   };
 //   inline constexpr auto routerNexthopInfoSmFactory = RouterNexthopInfoSm::RouterNexthopInfoSmIs;
 //
@@ -95,25 +95,24 @@ class Stage : public StageReactor<Derived> {
 // `CollAttr` in the input collection), its lookup `name(key)`, its mutators `nameIs(member)`,
 // `nameDel(key)` and `nameDelAll()`, and the collection observer `ObserverType` that keeps it in
 // step with the input. The observer hooks on as the stage is built, which creates the per-key
-// reactors of the members already there.
-#define QUILL_PER_KEY_REACTORS(name, VoxType, ObserverType, CollAttr)                         \
- public:                                                                                      \
-  using ObserverType = ::Vox::CollectionObserver<CollAttr, VoxType>;                          \
-  VoxType* name(const typename VoxType::Key& key) const {                                     \
-    return name##_.find(key);                                                                 \
-  }                                                                                           \
-  VoxType* name##Is(const ::Vox::Ptr<const typename VoxType::Member>& member) {               \
-    return name##_.is(member);                                                                \
-  }                                                                                           \
-  void name##Del(const typename VoxType::Key& key) {                                          \
-    name##_.del(key);                                                                         \
-  }                                                                                           \
-  void name##DelAll() {                                                                       \
-    name##_.delAll();                                                                         \
-  }                                                                                           \
-                                                                                              \
- private:                                                                                     \
-  ::Vox::PerKeyReactorColl<VoxType> name##_{*this, kQualifiedName.c_str(), #name};            \
-  ObserverType name##Observer_{*this, name##_, collectionOf<typename CollAttr::OwnerType>()}; \
-                                                                                              \
- public:
+// reactors of the members already there. Its place is among the stage's private members, after
+// the collections it reads; the access it leaves is private.
+#define QUILL_PER_KEY_REACTORS(name, VoxType, ObserverType, CollAttr)              \
+ public:                                                                           \
+  using ObserverType = ::Vox::CollectionObserver<CollAttr, VoxType>;               \
+  VoxType* name(const typename VoxType::Key& key) const {                          \
+    return name##_.find(key);                                                      \
+  }                                                                                \
+  VoxType* name##Is(const ::Vox::Ptr<const typename VoxType::Member>& member) {    \
+    return name##_.is(member);                                                     \
+  }                                                                                \
+  void name##Del(const typename VoxType::Key& key) {                               \
+    name##_.del(key);                                                              \
+  }                                                                                \
+  void name##DelAll() {                                                            \
+    name##_.delAll();                                                              \
+  }                                                                                \
+                                                                                   \
+ private:                                                                          \
+  ::Vox::PerKeyReactorColl<VoxType> name##_{*this, kQualifiedName.c_str(), #name}; \
+  ObserverType name##Observer_{*this, name##_, collectionOf<typename CollAttr::OwnerType>()};

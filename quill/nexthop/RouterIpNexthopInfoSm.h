@@ -57,7 +57,6 @@ class RouterIpNexthopInfoSm
   const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl_ = collection<2>();
   QUILL_PER_KEY_REACTORS(intfRouterNexthop, VoxIntfRouterNexthop, VoxIntfRouterNexthopInfoColl,
                          IntfRouterNexthopInfoColl::intfRouterNexthopAttribute)
- private:
   Vox::KeyObserver<MplsIntfColl::intfIdAttribute, &RouterIpNexthopInfoSm::handleIntfId>
       mplsIntfObserver_{*this, mplsIntfColl_};
 };
