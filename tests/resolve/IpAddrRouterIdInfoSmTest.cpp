@@ -44,7 +44,10 @@ TEST_F(IpAddrRouterIdInfoSmTest, WithoutAnInputTheSweepEmptiesALeftOverOutput) {
   EXPECT_TRUE(output().empty());
 }
 
-TEST_F(IpAddrRouterIdInfoSmTest, SharedAddressKeepsItsEntryUntilTheLastRouterGoes) {
+// A shared address keeps its entry until the last router goes, traced as operators see it.
+// Changes while uninitialized wait for the next initialization; after it, repeated additions and
+// unknown pairs change nothing.
+TEST_F(IpAddrRouterIdInfoSmTest, TracedChangesWaitWhileUninitializedAndRepeatsChangeNothing) {
   start();
   QuillTest::TraceCapture trace("QuillIpAddrRouterIdInfoSm/9");
   add("2.2.2.2:0", "10.0.0.1");
@@ -56,12 +59,6 @@ TEST_F(IpAddrRouterIdInfoSmTest, SharedAddressKeepsItsEntryUntilTheLastRouterGoe
                                   "Adding ipAddr to routerId 10.0.0.13.3.3.3:0 ",
                                   "Deleting ipAddr to routerId10.0.0.1",
                               }));
-}
-
-// Changes while uninitialized wait for the next initialization; after it, repeated additions and
-// unknown pairs change nothing.
-TEST_F(IpAddrRouterIdInfoSmTest, ChangesWaitWhileUninitializedAndRepeatedOnesChangeNothing) {
-  start();
   sm->handleDelete();
   add("2.2.2.2:0", "10.0.0.1");
   EXPECT_TRUE(output().empty());

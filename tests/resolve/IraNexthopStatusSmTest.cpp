@@ -1,5 +1,6 @@
 #include "quill/resolve/IraNexthopStatusSm.h"
 
+#include <gmock/gmock.h>
 #include <gtest/gtest.h>
 
 #include <string>
@@ -104,12 +105,9 @@ TEST_F(IraNexthopStatusSmTest, MoreThan600ViasThrowAndLeaveTheEntryAsItWas) {
   fec.viasIs(many);
   fec.viaCountIs(601);
   forwarding->fecIs(FecId(1), fec);
-  try {
-    backlog->backlogIs(v<IpGenAddr>("10.0.0.1"));
-    FAIL() << "expected the via index to run out";
-  } catch (const Vox::RangeException& error) {
-    EXPECT_STREQ(error.what(), "ViaIndex::value < ViaIndex::min or > ViaIndex::max not allowed");
-  }
+  EXPECT_THAT([&] { backlog->backlogIs(v<IpGenAddr>("10.0.0.1")); },
+              ::testing::ThrowsMessage<Vox::RangeException>(::testing::StrEq(
+                  "ViaIndex::value < ViaIndex::min or > ViaIndex::max not allowed")));
   EXPECT_EQ(output(), (Lines{"10.0.0.1 10.1.1.2-Ethernet1"}));
   EXPECT_TRUE(backlog->backlogColl().empty());
   fec.viaCountIs(600);  // exactly full is fine
