@@ -44,9 +44,9 @@ class LabelForwardingInfoSmTest : public ::testing::Test {
     add ? info->viaIs(v<FibVia>(via)) : info->viaDel(v<FibVia>(via));
   }
   // "local via/peer fec router" per justification.
-  static Lines output(const Mpls::LabelForwardingInfoColl& coll) {
+  Lines output() const {
     Lines lines;
-    for (const auto [label, entry] : coll.labelForwardingColl()) {
+    for (const auto [label, entry] : out->labelForwardingColl()) {
       for (const auto [viaLabel, branch] : entry.forwardingInfoColl()) {
         for (const Mpls::FecRouter& fr : branch.fecRouterColl()) {
           lines.insert(label.valueToStrep() + " " + viaLabel.via().valueToStrep() + "/" +
@@ -57,7 +57,6 @@ class LabelForwardingInfoSmTest : public ::testing::Test {
     }
     return lines;
   }
-  Lines output() const { return output(*out); }
   void start() {
     sm = Mpls::LabelForwardingInfoSm::LabelForwardingInfoSmIs(locals, peers, chosen, out);
   }
