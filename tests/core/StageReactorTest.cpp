@@ -6,6 +6,7 @@
 
 #include <gtest/gtest.h>
 
+#include "quill/core/Stage.h"
 #include "tests/support/TestEntities.h"
 
 namespace {
@@ -13,15 +14,12 @@ namespace {
 using QuillTest::TestColl;
 using QuillTest::TestKey;
 
-class SampleSm : public Quill::StageReactor<SampleSm> {
+// Built the way every stage is, through Quill::Stage, which creates, initializes once and turns
+// notifications on.
+class SampleSm : public Quill::Stage<SampleSm, const TestColl> {
  public:
   static constexpr Quill::StaticName kQualifiedName = "QuillTest::SampleSm";
-
-  explicit SampleSm(const Vox::Ptr<const TestColl>& input) {
-    flagObserver.notifierIs(input);
-    handleInitialized();
-  }
-  ~SampleSm() override { handleDelete(); }
+  using Stage::Stage;
 
   void handleInitialized() {
     const auto scope = enterHandleInitialized();
@@ -32,14 +30,15 @@ class SampleSm : public Quill::StageReactor<SampleSm> {
 
   int initializations = 0;
   std::vector<uint32_t> flags;
-  Vox::KeyObserver<TestColl::flagAttribute, &SampleSm::handleFlag> flagObserver{*this};
+  Vox::KeyObserver<TestColl::flagAttribute, &SampleSm::handleFlag> flagObserver{*this,
+                                                                                collection<0>()};
 };
 
 // Live and initialized once created; handleDelete only clears initialized: the reactor is still
 // subscribed, and reacting after it is the stage's own choice.
 TEST(StageReactorTest, IsLiveAndInitializedOnceCreatedAndHandleDeleteOnlyClearsInitialized) {
   const auto input = Vox::create<TestColl>();
-  auto sm = SampleSm::create(input);
+  auto sm = SampleSm::stageIs(input);
   EXPECT_EQ(SampleSm::traceHandle().name(), "QuillSampleSm");
   EXPECT_TRUE(sm->initialized());
   EXPECT_EQ(sm->initializations, 1);

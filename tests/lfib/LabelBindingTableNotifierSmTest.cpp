@@ -66,7 +66,11 @@ class LabelBindingTableNotifierSmTest : public ::testing::Test {
   Vox::Ptr<Mpls::LabelBindingTableNotifierSm> sm;
 };
 
-TEST_F(LabelBindingTableNotifierSmTest, InitializationPublishesEveryLabelAndFilteredFecOnce) {
+// Initialization publishes every label and filtered FEC once. Label changes then publish in the
+// order the set reports them; a deleted binding publishes its labels then no label; filtering or
+// unfiltering a FEC publishes no label. After handleDelete nothing is published until the next
+// initialization, which publishes what the table then holds.
+TEST_F(LabelBindingTableNotifierSmTest, PublishesAtInitializationAndAsChangesHappen) {
   bind("F0", "100");
   bind("F1", "101");
   bind("F1", "102");
@@ -74,19 +78,8 @@ TEST_F(LabelBindingTableNotifierSmTest, InitializationPublishesEveryLabelAndFilt
   table->filteredFecIs(fec("F3"), true);
   start();
   EXPECT_EQ(channel.take(), (Events{"F0 100", "F1 101", "F1 102", "F3 1048576"}));
-}
-
-// Label changes publish in the order the set reports them; a deleted binding publishes its labels
-// then no label; filtering or unfiltering a FEC publishes no label.
-TEST_F(LabelBindingTableNotifierSmTest, ChangesPublishAsTheyHappen) {
-  bind("F0", "100");
-  bind("F1", "101");
-  bind("F1", "102");
-  table->bindingIs(fec("F2"));
-  start();
   QuillTest::TraceCapture trace("QuillLabelBindingTableNotifierSm/8");
-  channel.events.clear();
-  table->bindingIs(fec("F3"));  // an empty binding has nothing to say
+  table->bindingIs(fec("F4"));  // an empty binding has nothing to say
   bind("F0", "200");
   bind("F0", "100", false);
   EXPECT_EQ(channel.events, (Events{"F0 200", "F0 100"}));
@@ -107,21 +100,16 @@ TEST_F(LabelBindingTableNotifierSmTest, ChangesPublishAsTheyHappen) {
   table->filteredFecDel(fec("F0"));
   expected.insert(expected.end(), {"F0 1048576", "F0 1048576"});
   EXPECT_EQ(channel.events, expected);
-}
-
-TEST_F(LabelBindingTableNotifierSmTest, NothingIsPublishedAfterHandleDelete) {
-  bind("F0", "100");
-  bind("F1", "101");
-  start();
+  bind("F6", "106");
   sm->handleDelete();
   channel.events.clear();
-  bind("F0", "200");
-  bind("F0", "100", false);
-  table->bindingDel(fec("F1"));
-  table->filteredFecIs(fec("F2"), true);
+  bind("F0", "300");
+  bind("F0", "200", false);
+  table->bindingDel(fec("F6"));
+  table->filteredFecIs(fec("F5"), true);
   EXPECT_TRUE(channel.events.empty());
   sm->handleInitialized();
-  EXPECT_EQ(channel.take(), (Events{"F0 200", "F2 1048576"}));
+  EXPECT_EQ(channel.take(), (Events{"F0 300", "F3 1048576", "F5 1048576"}));
 }
 
 class LabelBindingTableNotifierSmManagerTest : public ::testing::Test {
@@ -137,7 +125,7 @@ class LabelBindingTableNotifierSmManagerTest : public ::testing::Test {
   const RouterId r2 = v<RouterId>("2.2.2.2:0"), r3 = v<RouterId>("3.3.3.3:0");
 };
 
-TEST_F(LabelBindingTableNotifierSmManagerTest, NotifiersFollowThePeerTables) {
+TEST_F(LabelBindingTableNotifierSmManagerTest, NotifiersFollowThePeerTablesAndAreReplacedOnReinit) {
   // Left from before: a notifier for a peer that has no table.
   notifiers->notifierSmIs(v<RouterId>("9.9.9.9:0"),
                           Vox::create<LabelBindingTable>(v<RouterId>("9.9.9.9:0")));
@@ -162,23 +150,18 @@ TEST_F(LabelBindingTableNotifierSmManagerTest, NotifiersFollowThePeerTables) {
   manager->handleBindingTable(r3);
   EXPECT_EQ(notifiers->notifierSm(r3), notifier);
   EXPECT_EQ(channel.events, (Events{"F0 100"}));
-}
-
-TEST_F(LabelBindingTableNotifierSmManagerTest, ReinitializationReplacesEveryNotifier) {
-  start();
-  std::vector<std::unique_ptr<Channel>> channels;
-  for (const RouterId& router : {r2, r3}) {
-    const auto table = tables->bindingTableIs(router);
-    table->bindingIs(fec("F0"))->mplsLabelIs(v<MplsLabel>("100"));
-    channels.push_back(std::make_unique<Channel>(table));
-  }
-  const std::size_t watchers = tables->bindingTable(r2)->notifiees();
+  // Reinitialization replaces every notifier: a kept one would publish nothing, a new one
+  // announces what its table holds.
+  const auto table2 = tables->bindingTableIs(r2);
+  table2->bindingIs(fec("F0"))->mplsLabelIs(v<MplsLabel>("100"));
+  Channel channel2(table2);
+  channel.events.clear();
+  const std::size_t watchers = table2->notifiees();
   manager->handleInitialized();
   EXPECT_EQ(notifiers->notifierSms(), 2u);
-  // A kept notifier would publish nothing; a new one announces what its table holds.
-  for (const auto& channel : channels)
-    EXPECT_EQ(channel->events, (Events{"F0 100"}));
-  EXPECT_EQ(tables->bindingTable(r2)->notifiees(), watchers);
+  EXPECT_EQ(channel.events, (Events{"F0 100"}));
+  EXPECT_EQ(channel2.events, (Events{"F0 100"}));
+  EXPECT_EQ(table2->notifiees(), watchers);  // the replaced notifier let go of its table
 }
 
 }  // namespace

