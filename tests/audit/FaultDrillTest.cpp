@@ -57,23 +57,20 @@ Fault faultOn(const Vox::Ptr<Coll>& coll) {
   return {[thrower](int at) { thrower->arm(at); }, [thrower] { return thrower->count(); }, thrower};
 }
 
+using Colls = const Mpls::PipelineCollections&;
 struct Stage {
   const char* name;
-  Fault (*hook)(const Mpls::PipelineCollections&);
+  Fault (*hook)(Colls);
 };
 
 const Stage kStages[] = {
-    {"inversion", [](const Mpls::PipelineCollections& c) { return faultOn(c.ipAddrRouterId); }},
-    {"routerNexthop", [](const Mpls::PipelineCollections& c) { return faultOn(c.routerNexthop); }},
-    {"intfRouterNexthop",
-     [](const Mpls::PipelineCollections& c) { return faultOn(c.intfRouterNexthop); }},
-    {"routerIpNexthop",
-     [](const Mpls::PipelineCollections& c) { return faultOn(c.routerIpNexthop); }},
-    {"filteredNexthop",
-     [](const Mpls::PipelineCollections& c) { return faultOn(c.filteredNexthop); }},
-    {"fecRouterNexthop",
-     [](const Mpls::PipelineCollections& c) { return faultOn(c.fecRouterNexthop); }},
-    {"lfib", [](const Mpls::PipelineCollections& c) { return faultOn(c.lfib); }},
+    {"inversion", [](Colls c) { return faultOn(c.ipAddrRouterId); }},
+    {"routerNexthop", [](Colls c) { return faultOn(c.routerNexthop); }},
+    {"intfRouterNexthop", [](Colls c) { return faultOn(c.intfRouterNexthop); }},
+    {"routerIpNexthop", [](Colls c) { return faultOn(c.routerIpNexthop); }},
+    {"filteredNexthop", [](Colls c) { return faultOn(c.filteredNexthop); }},
+    {"fecRouterNexthop", [](Colls c) { return faultOn(c.fecRouterNexthop); }},
+    {"lfib", [](Colls c) { return faultOn(c.lfib); }},
 };
 
 // Which of the stage's notifications in the cascade throws.
@@ -95,34 +92,24 @@ TEST_P(FaultDrillTest, ARestartAfterAThrowMidCascadeLeavesEveryTableConsistent) 
   ASSERT_TRUE(Sim::auditAgent(agent).ok());
   const uint64_t fullLfib = agent.colls().lfib->labelForwardings();
   ASSERT_EQ(fullLfib, 12u);
-  const auto change = [&, up = up] {
-    if (up) {
-      topology.peerUp(agent, kPeer);
-    } else {
-      topology.peerDown(agent, kPeer);
-    }
+  // The drilled change is peer(up); peer(!up) undoes it.
+  const auto peer = [&](bool toUp) {
+    toUp ? topology.peerUp(agent, kPeer) : topology.peerDown(agent, kPeer);
   };
-  const auto undo = [&, up = up] {
-    if (up) {
-      topology.peerDown(agent, kPeer);
-    } else {
-      topology.peerUp(agent, kPeer);
-    }
-  };
-  if (up) topology.peerDown(agent, kPeer);
+  if (up) peer(false);
 
   // A dry run counts the stage's notifications in the cascade, to throw at the first or last.
   Fault fault = kStages[stage].hook(agent.colls());
   fault.arm(0);
-  change();
+  peer(up);
   const int notifications = fault.count();
   ASSERT_GT(notifications, 0) << "the cascade never reaches this stage's output";
-  undo();
+  peer(!up);
 
   fault.arm(when == When::first ? 1 : notifications);
-  EXPECT_THROW(change(), Injected);
+  EXPECT_THROW(peer(up), Injected);
   // The throw left the rest of the change unmade too: the host retries it whole.
-  change();
+  peer(up);
 
   // More changes over whatever the fault left, then the restart.
   topology.linkDown(agent, 2, 1);
@@ -132,7 +119,7 @@ TEST_P(FaultDrillTest, ARestartAfterAThrowMidCascadeLeavesEveryTableConsistent) 
   EXPECT_TRUE(report.ok()) << report.text();
 
   // The restarted pipeline carries on: back to the full topology and the full LFIB.
-  if (!up) topology.peerUp(agent, kPeer);
+  if (!up) peer(true);
   const auto after = Sim::auditAgent(agent);
   EXPECT_TRUE(after.ok()) << after.text();
   EXPECT_EQ(agent.colls().lfib->labelForwardings(), fullLfib);

@@ -7,7 +7,6 @@
 #include <gtest/gtest.h>
 
 #include <algorithm>
-#include <cstdio>
 #include <map>
 #include <random>
 
@@ -65,8 +64,6 @@ TEST(PipelinePropertyTest, EveryStageFollowsItsRuleThroughRandomChanges) {
       << "both families' next hops reached the LFIB";
   EXPECT_GT(sharedBranches, audits / 40) << "FECs sharing labels shared branches";
   EXPECT_GT(wholeRemovals, 400u) << "entities removed whole, with what they held";
-  std::printf("audited %zu states (%zu elements compared) over 40 sequences of 500 changes\n",
-              audits, elements);
 }
 
 // When a router's filtered vias change by one via, FECs move only onto an added via, or only off
