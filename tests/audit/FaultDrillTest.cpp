@@ -6,7 +6,6 @@
 // changes over the half-updated state, restarts and audits.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -22,45 +21,35 @@ struct Injected : std::runtime_error {
 
 // Counts the notifications of one collection (entries added and removed) and throws on the
 // `throwAt`-th one after arming, once.
+struct Fault {
+  virtual ~Fault() = default;
+  void notified() {
+    if (++count != throwAt) return;
+    throwAt = 0;
+    throw Injected();
+  }
+  int count = 0;
+  int throwAt = 0;
+};
+
+// A fault hooked on one of the agent's collections, whatever its type.
 template <class Coll>
-class Thrower : public Coll::NotifieeConst {
- public:
+struct Thrower : Fault, Coll::NotifieeConst {
   explicit Thrower(const Vox::Ptr<Coll>& coll) {
     this->notifierIs(Vox::Ptr<const Coll>(coll));
     this->hasNotificationActiveIs(true);
   }
-  void arm(int throwAt) {
-    count_ = 0;
-    throwAt_ = throwAt;
-  }
-  int count() const { return count_; }
-  void onAttribute(const Vox::AttributeInfo&, const void*) override {
-    if (++count_ != throwAt_) return;
-    throwAt_ = 0;
-    throw Injected();
-  }
-
- private:
-  int count_ = 0;
-  int throwAt_ = 0;
-};
-
-// A thrower hooked on one of the agent's collections, whatever its type.
-struct Fault {
-  std::function<void(int)> arm;
-  std::function<int()> count;
-  std::shared_ptr<void> keep;
+  void onAttribute(const Vox::AttributeInfo&, const void*) override { notified(); }
 };
 template <class Coll>
-Fault faultOn(const Vox::Ptr<Coll>& coll) {
-  auto thrower = std::make_shared<Thrower<Coll>>(coll);
-  return {[thrower](int at) { thrower->arm(at); }, [thrower] { return thrower->count(); }, thrower};
+std::shared_ptr<Fault> faultOn(const Vox::Ptr<Coll>& coll) {
+  return std::make_shared<Thrower<Coll>>(coll);
 }
 
 using Colls = const Mpls::PipelineCollections&;
 struct Stage {
   const char* name;
-  Fault (*hook)(Colls);
+  std::shared_ptr<Fault> (*hook)(Colls);
 };
 
 const Stage kStages[] = {
@@ -99,14 +88,14 @@ TEST_P(FaultDrillTest, ARestartAfterAThrowMidCascadeLeavesEveryTableConsistent) 
   if (up) peer(false);
 
   // A dry run counts the stage's notifications in the cascade, to throw at the first or last.
-  Fault fault = kStages[stage].hook(agent.colls());
-  fault.arm(0);
+  const auto fault = kStages[stage].hook(agent.colls());
   peer(up);
-  const int notifications = fault.count();
+  const int notifications = fault->count;
   ASSERT_GT(notifications, 0) << "the cascade never reaches this stage's output";
   peer(!up);
 
-  fault.arm(when == When::first ? 1 : notifications);
+  fault->count = 0;
+  fault->throwAt = when == When::first ? 1 : notifications;
   EXPECT_THROW(peer(up), Injected);
   // The throw left the rest of the change unmade too: the host retries it whole.
   peer(up);
