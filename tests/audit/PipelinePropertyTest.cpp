@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <map>
 #include <random>
+#include <span>
 
 #include "sim/RandomWorld.h"
 #include "sim/Soak.h"
@@ -45,10 +46,9 @@ TEST(PipelinePropertyTest, EveryStageFollowsItsRuleThroughRandomChanges) {
       Sim::auditShapes(agent, report);  // which every variant keeps after every change
       if (!report.ok()) {
         std::string trail;
-        for (std::size_t i = history.size() > 12 ? history.size() - 12 : 0; i < history.size();
-             ++i) {
-          trail += "  " + history[i] + "\n";
-        }
+        const std::size_t shown = std::min<std::size_t>(history.size(), 12);
+        for (const std::string& change : std::span(history).last(shown))
+          trail += "  " + change + "\n";
         FAIL() << "seed " << seed << " step " << step << ", last changes:\n"
                << trail << report.text();
       }
