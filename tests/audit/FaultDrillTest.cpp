@@ -6,7 +6,6 @@
 // changes over the half-updated state, restarts and audits.
 #include <gtest/gtest.h>
 
-#include <functional>
 #include <memory>
 #include <stdexcept>
 #include <string>
@@ -22,58 +21,45 @@ struct Injected : std::runtime_error {
 
 // Counts the notifications of one collection (entries added and removed) and throws on the
 // `throwAt`-th one after arming, once.
+struct Fault {
+  virtual ~Fault() = default;
+  void notified() {
+    if (++count != throwAt) return;
+    throwAt = 0;
+    throw Injected();
+  }
+  int count = 0;
+  int throwAt = 0;
+};
+
+// A fault hooked on one of the agent's collections, whatever its type.
 template <class Coll>
-class Thrower : public Coll::NotifieeConst {
- public:
+struct Thrower : Fault, Coll::NotifieeConst {
   explicit Thrower(const Vox::Ptr<Coll>& coll) {
     this->notifierIs(Vox::Ptr<const Coll>(coll));
     this->hasNotificationActiveIs(true);
   }
-  void arm(int throwAt) {
-    count_ = 0;
-    throwAt_ = throwAt;
-  }
-  int count() const { return count_; }
-  void onAttribute(const Vox::AttributeInfo&, const void*) override {
-    if (++count_ != throwAt_) return;
-    throwAt_ = 0;
-    throw Injected();
-  }
-
- private:
-  int count_ = 0;
-  int throwAt_ = 0;
-};
-
-// A thrower hooked on one of the agent's collections, whatever its type.
-struct Fault {
-  std::function<void(int)> arm;
-  std::function<int()> count;
-  std::shared_ptr<void> keep;
+  void onAttribute(const Vox::AttributeInfo&, const void*) override { notified(); }
 };
 template <class Coll>
-Fault faultOn(const Vox::Ptr<Coll>& coll) {
-  auto thrower = std::make_shared<Thrower<Coll>>(coll);
-  return {[thrower](int at) { thrower->arm(at); }, [thrower] { return thrower->count(); }, thrower};
+std::shared_ptr<Fault> faultOn(const Vox::Ptr<Coll>& coll) {
+  return std::make_shared<Thrower<Coll>>(coll);
 }
 
+using Colls = const Mpls::PipelineCollections&;
 struct Stage {
   const char* name;
-  Fault (*hook)(const Mpls::PipelineCollections&);
+  std::shared_ptr<Fault> (*hook)(Colls);
 };
 
 const Stage kStages[] = {
-    {"inversion", [](const Mpls::PipelineCollections& c) { return faultOn(c.ipAddrRouterId); }},
-    {"routerNexthop", [](const Mpls::PipelineCollections& c) { return faultOn(c.routerNexthop); }},
-    {"intfRouterNexthop",
-     [](const Mpls::PipelineCollections& c) { return faultOn(c.intfRouterNexthop); }},
-    {"routerIpNexthop",
-     [](const Mpls::PipelineCollections& c) { return faultOn(c.routerIpNexthop); }},
-    {"filteredNexthop",
-     [](const Mpls::PipelineCollections& c) { return faultOn(c.filteredNexthop); }},
-    {"fecRouterNexthop",
-     [](const Mpls::PipelineCollections& c) { return faultOn(c.fecRouterNexthop); }},
-    {"lfib", [](const Mpls::PipelineCollections& c) { return faultOn(c.lfib); }},
+    {"inversion", [](Colls c) { return faultOn(c.ipAddrRouterId); }},
+    {"routerNexthop", [](Colls c) { return faultOn(c.routerNexthop); }},
+    {"intfRouterNexthop", [](Colls c) { return faultOn(c.intfRouterNexthop); }},
+    {"routerIpNexthop", [](Colls c) { return faultOn(c.routerIpNexthop); }},
+    {"filteredNexthop", [](Colls c) { return faultOn(c.filteredNexthop); }},
+    {"fecRouterNexthop", [](Colls c) { return faultOn(c.fecRouterNexthop); }},
+    {"lfib", [](Colls c) { return faultOn(c.lfib); }},
 };
 
 // Which of the stage's notifications in the cascade throws.
@@ -95,34 +81,24 @@ TEST_P(FaultDrillTest, ARestartAfterAThrowMidCascadeLeavesEveryTableConsistent) 
   ASSERT_TRUE(Sim::auditAgent(agent).ok());
   const uint64_t fullLfib = agent.colls().lfib->labelForwardings();
   ASSERT_EQ(fullLfib, 12u);
-  const auto change = [&, up = up] {
-    if (up) {
-      topology.peerUp(agent, kPeer);
-    } else {
-      topology.peerDown(agent, kPeer);
-    }
+  // The drilled change is peer(up); peer(!up) undoes it.
+  const auto peer = [&](bool toUp) {
+    toUp ? topology.peerUp(agent, kPeer) : topology.peerDown(agent, kPeer);
   };
-  const auto undo = [&, up = up] {
-    if (up) {
-      topology.peerDown(agent, kPeer);
-    } else {
-      topology.peerUp(agent, kPeer);
-    }
-  };
-  if (up) topology.peerDown(agent, kPeer);
+  if (up) peer(false);
 
   // A dry run counts the stage's notifications in the cascade, to throw at the first or last.
-  Fault fault = kStages[stage].hook(agent.colls());
-  fault.arm(0);
-  change();
-  const int notifications = fault.count();
+  const auto fault = kStages[stage].hook(agent.colls());
+  peer(up);
+  const int notifications = fault->count;
   ASSERT_GT(notifications, 0) << "the cascade never reaches this stage's output";
-  undo();
+  peer(!up);
 
-  fault.arm(when == When::first ? 1 : notifications);
-  EXPECT_THROW(change(), Injected);
+  fault->count = 0;
+  fault->throwAt = when == When::first ? 1 : notifications;
+  EXPECT_THROW(peer(up), Injected);
   // The throw left the rest of the change unmade too: the host retries it whole.
-  change();
+  peer(up);
 
   // More changes over whatever the fault left, then the restart.
   topology.linkDown(agent, 2, 1);
@@ -132,7 +108,7 @@ TEST_P(FaultDrillTest, ARestartAfterAThrowMidCascadeLeavesEveryTableConsistent) 
   EXPECT_TRUE(report.ok()) << report.text();
 
   // The restarted pipeline carries on: back to the full topology and the full LFIB.
-  if (!up) topology.peerUp(agent, kPeer);
+  if (!up) peer(true);
   const auto after = Sim::auditAgent(agent);
   EXPECT_TRUE(after.ok()) << after.text();
   EXPECT_EQ(agent.colls().lfib->labelForwardings(), fullLfib);

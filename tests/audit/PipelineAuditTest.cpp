@@ -31,14 +31,12 @@ class PipelineAuditTest : public ::testing::Test {
   Sim::Agent agent;
 };
 
-TEST_F(PipelineAuditTest, AConsistentPipelineAuditsClean) {
-  const auto report = audit();
-  EXPECT_EQ(report.text(), "audit: ok\n");
-  EXPECT_GT(report.elementsChecked, 10u);
+// Clean on the consistent world, then each corruption of it reported with its stage and element.
+TEST_F(PipelineAuditTest, CleanUntilACorruptionWhichIsReportedWithItsStageAndElement) {
+  const auto clean = audit();
+  EXPECT_EQ(clean.text(), "audit: ok\n");
+  EXPECT_GT(clean.elementsChecked, 10u);
   ASSERT_EQ(agent.colls().lfib->labelForwardings(), 1u);
-}
-
-TEST_F(PipelineAuditTest, EachCorruptionIsReportedWithItsStageAndElement) {
   const auto& colls = agent.colls();
   const struct {
     std::function<void()> corrupt;
@@ -65,15 +63,14 @@ TEST_F(PipelineAuditTest, EachCorruptionIsReportedWithItsStageAndElement) {
          chosen->viaDel(v<Mpls::FibVia>("10.1.1.2-Ethernet1"));
        },
        "stage 6 (FEC next-hops): p2mp/1.1.1.1/0100040000002a 2.2.2.2:0 uses 10.9.9.9-Ethernet9, "
-       "not a via of "
-       "the router"},
+       "not a via of the router"},
       {[&] { colls.lfib->labelForwardingDel(v<Vela::MplsLabel>("100")); },
        "stage 7 (LFIB): missing 100 10.1.1.2-Ethernet1 200 p2mp/1.1.1.1/0100040000002a 2.2.2.2:0"},
   };
   for (const auto& c : cases) {
     SCOPED_TRACE(c.expected);
-    agent.manager()->hasNotificationActiveIs(
-        false);  // the corruption must not be repaired downstream
+    // The corruption must not be repaired downstream.
+    agent.manager()->hasNotificationActiveIs(false);
     c.corrupt();
     const auto report = audit();
     EXPECT_NE(std::find(report.differences.begin(), report.differences.end(), c.expected),

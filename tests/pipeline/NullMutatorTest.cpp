@@ -3,9 +3,9 @@
 // that text. One row per (stage, attribute), nested per-key collections included.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <functional>
 #include <string>
-#include <string_view>
 
 #include "quill/lfib/FecRouterNexthopInfoSm.h"
 #include "quill/lfib/LabelBindingTableNotifierSm.h"
@@ -146,17 +146,10 @@ TEST_P(NullMutatorDeathTest, UncaughtEndsTheProcessWithItsText) {
   EXPECT_DEATH([&]() noexcept { GetParam().call(colls); }(), expectedText(GetParam().attribute));
 }
 
+// "Mpls::A::b" -> "A__b".
 std::string caseName(const ::testing::TestParamInfo<NullMutatorCase>& info) {
-  // "Mpls::A::b" -> "A_b". Appended character by character: GCC 12's -O3 reports a false
-  // -Wrestrict inside std::string::replace.
-  std::string name;
-  for (const char ch : std::string_view(info.param.attribute).substr(6)) {
-    if (ch != ':') {
-      name += ch;
-    } else if (name.back() != '_') {
-      name += '_';
-    }
-  }
+  std::string name(info.param.attribute + 6);
+  std::ranges::replace(name, ':', '_');
   return name;
 }
 

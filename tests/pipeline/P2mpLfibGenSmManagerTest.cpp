@@ -32,32 +32,35 @@ class P2mpLfibGenSmManagerTest : public ::testing::Test {
     return manager.ipAddrRouterIdInfoSm().ptr();
   }
   Mpls::PipelineCollections colls;
+  Vox::Ptr<Mpls::P2mpLfibGenSmManager> manager = colls.managerIs();
 };
 
-TEST_F(P2mpLfibGenSmManagerTest, ASecondInitializationKeepsEveryReactor) {
-  auto manager = colls.managerIs();
-  std::vector<Vox::Reactor*> before;
+// A second initialization keeps every reactor; so does a delete, after which they still react.
+TEST_F(P2mpLfibGenSmManagerTest, ReinitializationAndDeleteKeepEveryReactor) {
   manager->hasNotificationActiveIs(true);
   // Every stage attribute, both variants of stages 1 to 4: the one not chosen stays null.
-  const auto collect = [&](std::vector<Vox::Reactor*>& into) {
+  const auto reactors = [&] {
     const auto& m = *manager;
-    into = {m.ipAddrRouterIdInfoSm().ptr(),    m.ipAddrToRouterIdInfoSm().ptr(),
-            m.routerNexthopInfoSm().ptr(),     m.routerIdToNexthopInfoSm().ptr(),
-            m.intfRouterNexthopInfoSm().ptr(), m.intfToRouterNexthopInfoSm().ptr(),
-            m.routerIpNexthopInfoSm().ptr(),   m.routerIdToIpNexthopInfoSm().ptr(),
-            m.routerFilteredNexthopSm().ptr(), m.fecRouterNexthopInfoSm().ptr(),
-            m.labelForwardingInfoSm().ptr()};
+    return std::vector<Vox::Reactor*>{
+        m.ipAddrRouterIdInfoSm().ptr(),    m.ipAddrToRouterIdInfoSm().ptr(),
+        m.routerNexthopInfoSm().ptr(),     m.routerIdToNexthopInfoSm().ptr(),
+        m.intfRouterNexthopInfoSm().ptr(), m.intfToRouterNexthopInfoSm().ptr(),
+        m.routerIpNexthopInfoSm().ptr(),   m.routerIdToIpNexthopInfoSm().ptr(),
+        m.routerFilteredNexthopSm().ptr(), m.fecRouterNexthopInfoSm().ptr(),
+        m.labelForwardingInfoSm().ptr()};
   };
-  collect(before);
+  const auto before = reactors();
   EXPECT_EQ(std::count(before.begin(), before.end(), nullptr), 4);  // one variant of stages 1-4
   manager->handleInitialized();
-  std::vector<Vox::Reactor*> after;
-  collect(after);
-  EXPECT_EQ(after, before);
+  EXPECT_EQ(reactors(), before);
+  manager->handleDelete();
+  EXPECT_FALSE(manager->initialized());
+  ASSERT_EQ(reactors(), before);
+  advertise("2.2.2.2:0", "10.0.0.1");
+  EXPECT_TRUE(inverted("10.0.0.1"));
 }
 
 TEST_F(P2mpLfibGenSmManagerTest, SettersCompareCollectionsByIdentity) {
-  auto manager = colls.managerIs();
   const auto original = manager->ipAddrRouterIdInfoSmIs(colls.transportAddrs, colls.ipAddrRouterId);
   EXPECT_EQ(manager->ipAddrRouterIdInfoSmIs(colls.transportAddrs, colls.ipAddrRouterId), original);
   // An equal but distinct collection makes a new reactor.
@@ -71,7 +74,6 @@ TEST_F(P2mpLfibGenSmManagerTest, SettersCompareCollectionsByIdentity) {
 }
 
 TEST_F(P2mpLfibGenSmManagerTest, RemoversHandTheReactorOverSilenced) {
-  auto manager = colls.managerIs();
   Vox::Ptr<Vox::Reactor> removed =
       manager->ipAddrToRouterIdInfoSm()
           ? Vox::Ptr<Vox::Reactor>(manager->ipAddrToRouterIdInfoSmDel())
@@ -86,7 +88,6 @@ TEST_F(P2mpLfibGenSmManagerTest, RemoversHandTheReactorOverSilenced) {
 }
 
 TEST_F(P2mpLfibGenSmManagerTest, NotificationsOffReachEveryStage) {
-  auto manager = colls.managerIs();
   manager->hasNotificationActiveIs(false);
   EXPECT_FALSE(stage1(*manager)->hasNotificationActive());
   EXPECT_FALSE(manager->labelForwardingInfoSm()->hasNotificationActive());
@@ -97,17 +98,7 @@ TEST_F(P2mpLfibGenSmManagerTest, NotificationsOffReachEveryStage) {
   EXPECT_TRUE(inverted("10.0.0.2"));
 }
 
-TEST_F(P2mpLfibGenSmManagerTest, AfterHandleDeleteTheReactorsStillReact) {
-  auto manager = colls.managerIs();
-  manager->handleDelete();
-  EXPECT_FALSE(manager->initialized());
-  ASSERT_TRUE(stage1(*manager));
-  advertise("2.2.2.2:0", "10.0.0.1");
-  EXPECT_TRUE(inverted("10.0.0.1"));
-}
-
 TEST_F(P2mpLfibGenSmManagerTest, DestructionDeletesTheManagerFirstThenTheStagesInOrder) {
-  auto manager = colls.managerIs();
   advertise("2.2.2.2:0", "10.0.0.1");
   QuillTest::TraceCapture trace("*/8");
   manager = nullptr;

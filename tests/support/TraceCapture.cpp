@@ -26,18 +26,11 @@ TraceCapture::~TraceCapture() {
   std::filesystem::remove(path_);
 }
 
-std::vector<std::string> TraceCapture::records() const {
-  std::vector<std::string> lines;
-  std::ifstream in(path_);
-  for (std::string line; std::getline(in, line);)
-    lines.push_back(line);
-  return lines;
-}
-
 std::vector<std::string> TraceCapture::messages() const {
   // "<time> <handle> <level> <file>:<line> <message>": the message follows the fourth blank.
   std::vector<std::string> messages;
-  for (const std::string& record : records()) {
+  std::ifstream in(path_);
+  for (std::string record; std::getline(in, record);) {
     std::size_t position = 0;
     for (int field = 0; field < 4 && position != std::string::npos; ++field) {
       position = record.find(' ', position);
@@ -46,12 +39,6 @@ std::vector<std::string> TraceCapture::messages() const {
     messages.push_back(position == std::string::npos ? std::string() : record.substr(position));
   }
   return messages;
-}
-
-void TraceCapture::clear() {
-  Vox::traceOutputIs("");
-  std::filesystem::remove(path_);
-  Vox::traceOutputIs(path_);
 }
 
 }  // namespace QuillTest

@@ -20,10 +20,6 @@ class TraceCapture {
 
   // The message part of every record written so far (time, handle, level and source stripped).
   std::vector<std::string> messages() const;
-  // Whole records, as written.
-  std::vector<std::string> records() const;
-  // Forgets what was captured so far.
-  void clear();
 
  private:
   std::string path_;

@@ -27,10 +27,18 @@ const auto kPrefix = v<Vela::IpPrefix>("2.2.2.2/32");
 const Vela::MplsLabel kLocal(100);
 const Vela::MplsLabel kOut(200);
 
+struct Break {
+  const char* name;
+  std::function<void(Sim::Agent&)> apply;
+  WhyMissing expected;
+  const char* remedyMentions;  // the input that would repair it
+  friend void PrintTo(const Break& b, std::ostream* os) { *os << b.name; }
+};
+
 // One peer, directly attached over an MPLS interface, with labels on both sides.
-class BranchExplanationTest : public ::testing::Test {
+class BrokenInputTest : public ::testing::TestWithParam<Break> {
  protected:
-  BranchExplanationTest() {
+  BrokenInputTest() {
     const auto& colls = agent.colls();
     colls.mplsIntfs->intfIdIs(kIntf);
     agent.resolution().routeIs(kPrefix, {{kHop, kIntf}});
@@ -45,17 +53,6 @@ class BranchExplanationTest : public ::testing::Test {
 
   Sim::Agent agent;
 };
-
-struct Break {
-  const char* name;
-  std::function<void(Sim::Agent&)> apply;
-  WhyMissing expected;
-  const char* remedyMentions;  // the input that would repair it
-  friend void PrintTo(const Break& b, std::ostream* os) { *os << b.name; }
-};
-
-class BrokenInputTest : public BranchExplanationTest,
-                        public ::testing::WithParamInterface<Break> {};
 
 TEST_P(BrokenInputTest, NamesTheFirstFailingConditionAndItsRemedy) {
   GetParam().apply(agent);

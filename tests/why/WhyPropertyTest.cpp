@@ -3,6 +3,7 @@
 // order, that the input collections fail, checked here from the inputs alone.
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <random>
 #include <set>
 
@@ -93,13 +94,9 @@ TEST(WhyPropertyTest, PresenceIsTheLfibsAndEveryReasonHoldsInTheInputs) {
                                     std::to_string(step) + " after " + change + ": " +
                                     fec.valueToStrep() + " " + peer.valueToStrep();
           ASSERT_EQ(why.present(), inLfib.count(Mpls::FecRouter(fec, peer)) == 1) << where;
-          WhyMissing first = WhyMissing::kNone;
-          for (const auto& [condition, holds] : conditions(in, fec, peer)) {
-            if (!holds) {
-              first = condition;
-              break;
-            }
-          }
+          const auto all = conditions(in, fec, peer);
+          const auto failing = std::ranges::find_if(all, [](const auto& c) { return !c.second; });
+          const WhyMissing first = failing == all.end() ? WhyMissing::kNone : failing->first;
           ASSERT_EQ(why.failing, first) << where << ": " << why.reasonFor(why.failing);
           if (why.present()) {
             ++present;
