@@ -67,7 +67,9 @@ TEST(PipelinePropertyTest, EveryStageFollowsItsRuleThroughRandomChanges) {
 }
 
 // When a router's filtered vias change by one via, FECs move only onto an added via, or only off
-// a removed one; a restart, which rebuilds every ring, moves none.
+// a removed one; a restart, which rebuilds every ring, moves none. (The hand-written stages may
+// still hold choices for entities removed whole, which the audit calls stale: a restart drops
+// those, and only those.)
 TEST(PipelinePropertyTest, ViaChoicesMoveOnlyWhereTheyMust) {
   using Choices = std::map<std::pair<std::string, std::string>, Mpls::FibVia>;
   const auto choicesOf = [](const Sim::Agent& agent) {
@@ -96,11 +98,19 @@ TEST(PipelinePropertyTest, ViaChoicesMoveOnlyWhereTheyMust) {
     for (int step = 0; step < 400; ++step) {
       const auto choicesBefore = choicesOf(agent);
       const auto viasBefore = viasOf(agent);
+      const bool staleBefore = !Sim::allStagesCompiled() && !Sim::auditAgent(agent).ok();
       const std::string change = world.apply(static_cast<uint32_t>(random()), random());
       const auto choicesAfter = choicesOf(agent);
       if (world.lastWasRestart()) {
         ++restarts;
-        EXPECT_EQ(choicesAfter, choicesBefore) << "a restart chose anew";
+        Choices kept;
+        for (const auto& [pair, via] : choicesBefore) {
+          if (choicesAfter.contains(pair)) kept.emplace(pair, via);
+        }
+        EXPECT_EQ(choicesAfter, kept) << "a restart chose anew";
+        if (!staleBefore) {
+          EXPECT_EQ(choicesAfter, choicesBefore) << "a restart dropped a choice";
+        }
         continue;
       }
       const auto viasAfter = viasOf(agent);
