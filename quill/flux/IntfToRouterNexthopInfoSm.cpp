@@ -10,7 +10,7 @@ IntfToRouterNexthopInfoSm::~IntfToRouterNexthopInfoSm() {
 }
 
 void IntfToRouterNexthopInfoSm::createInputStateMachines() {
-  routerNexthopSm0Is(routerNexthopColl_);
+  routerNexthopSm0Is(routerNexthopColl());
 }
 
 const Vox::Ptr<IntfToRouterNexthopInfoSm::RouterNexthopSm0>&
@@ -32,7 +32,7 @@ void IntfToRouterNexthopInfoSm::eventToPipeline0(const RouterId& routerId, const
   const Pipeline0KeyType key(via.intfId(), routerId, via);
   notePipeline0(key);
   if (present) {
-    intfRouterColl_->intfRouterNexthopIs(via.intfId())->routerNexthopInfoIs(routerId)->viaIs(via);
+    intfRouterColl()->intfRouterNexthopIs(via.intfId())->routerNexthopInfoIs(routerId)->viaIs(via);
   } else {
     removeOutputElement(key);
   }
@@ -40,12 +40,12 @@ void IntfToRouterNexthopInfoSm::eventToPipeline0(const RouterId& routerId, const
 
 void IntfToRouterNexthopInfoSm::removeOutputElement(const Pipeline0KeyType& key) {
   const Vela::IntfId intfId = key.get<0>();
-  const auto intf = intfRouterColl_->intfRouterNexthop(intfId);
+  const auto intf = intfRouterColl()->intfRouterNexthop(intfId);
   const auto router = intf ? intf->routerNexthopInfo(key.get<1>()) : nullptr;
   if (!router) return;
   router->viaDel(key.get<2>());
   if (router->vias() == 0) intf->routerNexthopInfoDel(key.get<1>());
-  if (intf->routerNexthopInfos() == 0) intfRouterColl_->intfRouterNexthopDel(intfId);
+  if (intf->routerNexthopInfos() == 0) intfRouterColl()->intfRouterNexthopDel(intfId);
 }
 
 }  // namespace Mpls

@@ -61,10 +61,10 @@ class IntfToRouterNexthopInfoSm
   void eventToPipeline0(const RouterId& routerId, const FibVia& via, Quill::Flux::Presence present);
 
   void createInputStateMachines();
-  bool outputEmpty() const { return intfRouterColl_->intfRouterNexthops() == 0; }
+  bool outputEmpty() const { return intfRouterColl()->intfRouterNexthops() == 0; }
   template <class F>
   void forEachOutputElement(F f) const {
-    for (const auto [intfId, intf] : intfRouterColl_->intfRouterNexthopColl()) {
+    for (const auto [intfId, intf] : intfRouterColl()->intfRouterNexthopColl()) {
       for (const auto [routerId, router] : intf.routerNexthopInfoColl()) {
         for (const FibVia& via : router.viaColl())
           f(Pipeline0KeyType(intfId, routerId, via));
@@ -74,8 +74,8 @@ class IntfToRouterNexthopInfoSm
   void removeOutputElement(const Pipeline0KeyType& key);
 
  private:
-  const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopColl_ = collection<0>();
-  const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterColl_ = collection<1>();
+  const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopColl() const { return collection<0>(); }
+  const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterColl() const { return collection<1>(); }
   Vox::Ptr<RouterNexthopSm0> routerNexthopSm0_;
 };
 

@@ -10,7 +10,7 @@ IpAddrToRouterIdInfoSm::~IpAddrToRouterIdInfoSm() {
 }
 
 void IpAddrToRouterIdInfoSm::createInputStateMachines() {
-  routerIpAddrSm0Is(routers_);
+  routerIpAddrSm0Is(routers());
 }
 
 const Vox::Ptr<IpAddrToRouterIdInfoSm::RouterIpAddrSm0>& IpAddrToRouterIdInfoSm::routerIpAddrSm0Is(
@@ -31,17 +31,17 @@ void IpAddrToRouterIdInfoSm::eventToPipeline0(const RouterId& routerId,
   const Pipeline0KeyType key(ipAddr, routerId);
   notePipeline0(key);
   if (present) {
-    addrs_->ipAddrRouterIdIs(ipAddr)->routerIdIs(routerId);
+    addrs()->ipAddrRouterIdIs(ipAddr)->routerIdIs(routerId);
   } else {
     removeOutputElement(key);
   }
 }
 
 void IpAddrToRouterIdInfoSm::removeOutputElement(const Pipeline0KeyType& key) {
-  const auto entry = addrs_->ipAddrRouterId(key.get<0>());
+  const auto entry = addrs()->ipAddrRouterId(key.get<0>());
   if (!entry) return;
   entry->routerIdDel(key.get<1>());
-  if (entry->routerIds() == 0) addrs_->ipAddrRouterIdDel(key.get<0>());
+  if (entry->routerIds() == 0) addrs()->ipAddrRouterIdDel(key.get<0>());
 }
 
 }  // namespace Mpls

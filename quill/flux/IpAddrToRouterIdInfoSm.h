@@ -68,10 +68,10 @@ class IpAddrToRouterIdInfoSm
 
   // The pipeline's hooks (see FluxPipeline).
   void createInputStateMachines();
-  bool outputEmpty() const { return addrs_->ipAddrRouterIds() == 0; }
+  bool outputEmpty() const { return addrs()->ipAddrRouterIds() == 0; }
   template <class F>
   void forEachOutputElement(F f) const {
-    for (const auto [ipAddr, entry] : addrs_->ipAddrRouterIdColl()) {
+    for (const auto [ipAddr, entry] : addrs()->ipAddrRouterIdColl()) {
       for (const RouterId& routerId : entry.routerIdColl())
         f(Pipeline0KeyType(ipAddr, routerId));
     }
@@ -79,8 +79,8 @@ class IpAddrToRouterIdInfoSm
   void removeOutputElement(const Pipeline0KeyType& key);
 
  private:
-  const Vox::Ptr<const RouterIpAddrInfoColl>& routers_ = collection<0>();
-  const Vox::Ptr<IpAddrRouterIdInfoColl>& addrs_ = collection<1>();
+  const Vox::Ptr<const RouterIpAddrInfoColl>& routers() const { return collection<0>(); }
+  const Vox::Ptr<IpAddrRouterIdInfoColl>& addrs() const { return collection<1>(); }
   Vox::Ptr<RouterIpAddrSm0> routerIpAddrSm0_;
 };
 

@@ -13,8 +13,8 @@ RouterIdToIpNexthopInfoSm::~RouterIdToIpNexthopInfoSm() {
 void RouterIdToIpNexthopInfoSm::createInputStateMachines() {
   // The interface set first: its scan already joins against the whole first input, and the
   // later scan of that input delivers the same elements again, which changes nothing.
-  intfIdSm3Is(mplsIntfColl_);
-  intfRouterNexthopSm0Is(intfRouterColl_);
+  intfIdSm3Is(mplsIntfColl());
+  intfRouterNexthopSm0Is(intfRouterColl());
 }
 
 const Vox::Ptr<RouterIdToIpNexthopInfoSm::IntfIdSm3>& RouterIdToIpNexthopInfoSm::intfIdSm3Is(
@@ -46,11 +46,11 @@ RouterIdToIpNexthopInfoSm::intfRouterNexthopSm0Is(
 void RouterIdToIpNexthopInfoSm::eventToIntfRouterStream(Vela::IntfId intfId,
                                                         const RouterId& routerId, const FibVia& via,
                                                         Presence present) {
-  if (mplsIntfColl_->intfId(intfId)) eventToPipeline0(routerId, via, present);
+  if (mplsIntfColl()->intfId(intfId)) eventToPipeline0(routerId, via, present);
 }
 
 void RouterIdToIpNexthopInfoSm::eventToIntfStream(Vela::IntfId intfId, Presence present) {
-  const auto intf = intfRouterColl_->intfRouterNexthop(intfId);
+  const auto intf = intfRouterColl()->intfRouterNexthop(intfId);
   if (!intf) return;
   for (const auto [routerId, router] : intf->routerNexthopInfoColl()) {
     for (const FibVia& via : router.viaColl())
@@ -63,19 +63,19 @@ void RouterIdToIpNexthopInfoSm::eventToPipeline0(const RouterId& routerId, const
   const Pipeline0KeyType key(routerId, via.hop(), via);
   notePipeline0(key);
   if (present) {
-    routerIpNexthop_->routerIpNexthopIs(routerId)->ipNexthopInfoIs(via.hop())->viaIs(via);
+    routerIpNexthop()->routerIpNexthopIs(routerId)->ipNexthopInfoIs(via.hop())->viaIs(via);
   } else {
     removeOutputElement(key);
   }
 }
 
 void RouterIdToIpNexthopInfoSm::removeOutputElement(const Pipeline0KeyType& key) {
-  const auto router = routerIpNexthop_->routerIpNexthop(key.get<0>());
+  const auto router = routerIpNexthop()->routerIpNexthop(key.get<0>());
   const auto hop = router ? router->ipNexthopInfo(key.get<1>()) : nullptr;
   if (!hop) return;
   hop->viaDel(key.get<2>());
   if (hop->vias() == 0) router->ipNexthopInfoDel(key.get<1>());
-  if (router->ipNexthopInfos() == 0) routerIpNexthop_->routerIpNexthopDel(key.get<0>());
+  if (router->ipNexthopInfos() == 0) routerIpNexthop()->routerIpNexthopDel(key.get<0>());
 }
 
 }  // namespace Mpls

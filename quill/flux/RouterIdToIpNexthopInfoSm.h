@@ -88,10 +88,10 @@ class RouterIdToIpNexthopInfoSm
   void eventToPipeline0(const RouterId& routerId, const FibVia& via, Quill::Flux::Presence present);
 
   void createInputStateMachines();
-  bool outputEmpty() const { return routerIpNexthop_->routerIpNexthops() == 0; }
+  bool outputEmpty() const { return routerIpNexthop()->routerIpNexthops() == 0; }
   template <class F>
   void forEachOutputElement(F f) const {
-    for (const auto [routerId, router] : routerIpNexthop_->routerIpNexthopColl()) {
+    for (const auto [routerId, router] : routerIpNexthop()->routerIpNexthopColl()) {
       for (const auto [hop, vias] : router.ipNexthopInfoColl()) {
         for (const FibVia& via : vias.viaColl())
           f(Pipeline0KeyType(routerId, hop, via));
@@ -101,9 +101,11 @@ class RouterIdToIpNexthopInfoSm
   void removeOutputElement(const Pipeline0KeyType& key);
 
  private:
-  const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterColl_ = collection<0>();
-  const Vox::Ptr<const MplsIntfColl>& mplsIntfColl_ = collection<1>();
-  const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthop_ = collection<2>();
+  const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterColl() const {
+    return collection<0>();
+  }
+  const Vox::Ptr<const MplsIntfColl>& mplsIntfColl() const { return collection<1>(); }
+  const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthop() const { return collection<2>(); }
   Vox::Ptr<IntfRouterNexthopSm0> intfRouterNexthopSm0_;
   Vox::Ptr<IntfIdSm3> intfIdSm3_;
 };

@@ -12,8 +12,8 @@ RouterIdToNexthopInfoSm::~RouterIdToNexthopInfoSm() {
 
 void RouterIdToNexthopInfoSm::createInputStateMachines() {
   // The next-hop side is scanned first; the router side's scan then joins against it.
-  ipNexthopSm2Is(ipNexthop_);
-  ipAddrRouterIdSm0Is(ipRouter_);
+  ipNexthopSm2Is(ipNexthop());
+  ipAddrRouterIdSm0Is(ipRouter());
 }
 
 const Vox::Ptr<RouterIdToNexthopInfoSm::IpNexthopSm2>& RouterIdToNexthopInfoSm::ipNexthopSm2Is(
@@ -58,7 +58,7 @@ void RouterIdToNexthopInfoSm::groupByAttr0DelAll() {
 
 void RouterIdToNexthopInfoSm::eventToIpRouterStream(const Vela::IpGenAddr& address,
                                                     const RouterId& routerId, Presence present) {
-  const auto vias = ipNexthop_->ipNexthop(address);
+  const auto vias = ipNexthop()->ipNexthop(address);
   if (!vias) return;
   for (const FibVia& via : vias->viaColl())
     eventToPipeline0(address, routerId, via, present);
@@ -66,7 +66,7 @@ void RouterIdToNexthopInfoSm::eventToIpRouterStream(const Vela::IpGenAddr& addre
 
 void RouterIdToNexthopInfoSm::eventToIpNextHopStream(const Vela::IpGenAddr& address,
                                                      const FibVia& via, Presence present) {
-  const auto routers = ipRouter_->ipAddrRouterId(address);
+  const auto routers = ipRouter()->ipAddrRouterId(address);
   if (!routers) return;
   for (const RouterId& routerId : routers->routerIdColl()) {
     eventToPipeline0(address, routerId, via, present);
@@ -87,17 +87,17 @@ void RouterIdToNexthopInfoSm::eventToPipeline0(const Vela::IpGenAddr& address,
   const Pipeline0KeyType key(routerId, via);
   notePipeline0(key);
   if (group->colls() != 0) {
-    routerNexthop_->routerNexthopIs(routerId)->viaIs(via);  // again for every supporting address
+    routerNexthop()->routerNexthopIs(routerId)->viaIs(via);  // again for every supporting address
   } else {
     removeOutputElement(key);
   }
 }
 
 void RouterIdToNexthopInfoSm::removeOutputElement(const Pipeline0KeyType& key) {
-  const auto router = routerNexthop_->routerNexthop(key.get<0>());
+  const auto router = routerNexthop()->routerNexthop(key.get<0>());
   if (!router) return;
   router->viaDel(key.get<1>());
-  if (router->vias() == 0) routerNexthop_->routerNexthopDel(key.get<0>());
+  if (router->vias() == 0) routerNexthop()->routerNexthopDel(key.get<0>());
 }
 
 }  // namespace Mpls

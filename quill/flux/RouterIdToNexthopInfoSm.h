@@ -112,10 +112,10 @@ class RouterIdToNexthopInfoSm
                         Quill::Flux::Presence present);
 
   void createInputStateMachines();
-  bool outputEmpty() const { return routerNexthop_->routerNexthops() == 0; }
+  bool outputEmpty() const { return routerNexthop()->routerNexthops() == 0; }
   template <class F>
   void forEachOutputElement(F f) const {
-    for (const auto [routerId, router] : routerNexthop_->routerNexthopColl()) {
+    for (const auto [routerId, router] : routerNexthop()->routerNexthopColl()) {
       for (const FibVia& via : router.viaColl())
         f(Pipeline0KeyType(routerId, via));
     }
@@ -123,9 +123,9 @@ class RouterIdToNexthopInfoSm
   void removeOutputElement(const Pipeline0KeyType& key);
 
  private:
-  const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipRouter_ = collection<0>();
-  const Vox::Ptr<const IpNexthopInfoColl>& ipNexthop_ = collection<1>();
-  const Vox::Ptr<RouterNexthopInfoColl>& routerNexthop_ = collection<2>();
+  const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipRouter() const { return collection<0>(); }
+  const Vox::Ptr<const IpNexthopInfoColl>& ipNexthop() const { return collection<1>(); }
+  const Vox::Ptr<RouterNexthopInfoColl>& routerNexthop() const { return collection<2>(); }
   Vox::KeyedTable<KeyType0, Vox::Ptr<GroupByCollectionValueType0>, Vox::MemoryKind::kFlux>
       groupByAttr0_;
   Vox::Ptr<IpAddrRouterIdSm0> ipAddrRouterIdSm0_;

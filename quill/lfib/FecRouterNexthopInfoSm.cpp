@@ -11,7 +11,7 @@ void FecRouterNexthopInfoSm::handleRouterNexthop(const RouterId& routerId, const
   QUILL_TRACE_FUNC(TraceRouterId{routerId}, via);
   const auto ring = fecViaConsistentHashColl_->consistentHashIs(routerId);
   ConsistentHashInfo::Hasher& hasher = *ring->ch();
-  const auto routerNexthop = routerNexthopInfoColl_->routerNexthop(routerId);
+  const auto routerNexthop = routerNexthopInfoColl()->routerNexthop(routerId);
   if (routerNexthop && routerNexthop->via(via)) {
     hasher.addNode(via, kViaWeight);
   } else {
@@ -22,7 +22,7 @@ void FecRouterNexthopInfoSm::handleRouterNexthop(const RouterId& routerId, const
     }
   }
   // Every FEC of the router may land elsewhere on the changed ring.
-  if (const auto table = labelBindingTableColl_->bindingTable(routerId))
+  if (const auto table = labelBindingTableColl()->bindingTable(routerId))
     handleRouterFecInfo(routerId, *table);
 }
 
@@ -44,8 +44,8 @@ void FecRouterNexthopInfoSm::handleRouterFec(const RouterId& routerId, const Fwd
 
 FecRouterNexthopInfoSm::RouterState FecRouterNexthopInfoSm::routerState(
     const RouterId& routerId) const {
-  return {labelBindingTableColl_->bindingTable(routerId),
-          routerNexthopInfoColl_->routerNexthop(routerId),
+  return {labelBindingTableColl()->bindingTable(routerId),
+          routerNexthopInfoColl()->routerNexthop(routerId),
           fecViaConsistentHashColl_->consistentHash(routerId)};
 }
 
@@ -56,7 +56,7 @@ void FecRouterNexthopInfoSm::chooseVia(const RouterId& routerId, const FwdEqvCla
   if (router.table && router.table->binding(fec) && router.vias && router.vias->vias() != 0 &&
       router.ring) {
     const auto chosen =
-        fecRouterNexthopInfoColl_->fecRouterNexthopIs(fec)->routerNexthopInfoIs(routerId);
+        fecRouterNexthopInfoColl()->fecRouterNexthopIs(fec)->routerNexthopInfoIs(routerId);
     const FibVia via = router.ring->ch()->getNode(fec);
     chosen->viaIs(via);  // before the old via goes: the entry is never without one
     for (const FibVia& previous : chosen->viaColl()) {
@@ -64,18 +64,18 @@ void FecRouterNexthopInfoSm::chooseVia(const RouterId& routerId, const FwdEqvCla
     }
     return;
   }
-  const auto entry = fecRouterNexthopInfoColl_->fecRouterNexthop(fec);
+  const auto entry = fecRouterNexthopInfoColl()->fecRouterNexthop(fec);
   if (!entry) return;
   entry->routerNexthopInfoDel(routerId);
-  if (entry->routerNexthopInfos() == 0) fecRouterNexthopInfoColl_->fecRouterNexthopDel(fec);
+  if (entry->routerNexthopInfos() == 0) fecRouterNexthopInfoColl()->fecRouterNexthopDel(fec);
 }
 
 void FecRouterNexthopInfoSm::handleInitialized() {
   const auto scope = enterHandleInitialized();
   fecViaConsistentHashCollIs("");
-  fecRouterNexthopInfoColl_->fecRouterNexthopDelAll();
+  fecRouterNexthopInfoColl()->fecRouterNexthopDelAll();
   // Each via re-chooses all of its router's FECs; the last choice, on the full ring, stays.
-  for (const auto [routerId, routerNexthop] : routerNexthopInfoColl_->routerNexthopColl()) {
+  for (const auto [routerId, routerNexthop] : routerNexthopInfoColl()->routerNexthopColl()) {
     for (const FibVia& via : routerNexthop.viaColl())
       handleRouterNexthop(routerId, via);
   }

@@ -74,9 +74,15 @@ class FecRouterNexthopInfoSm
   // The body of `handleRouterFec`, given the router's state.
   void chooseVia(const RouterId& routerId, const FwdEqvClass& fec, const RouterState& router);
 
-  const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl_ = collection<0>();
-  const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl_ = collection<1>();
-  const Vox::Ptr<FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl_ = collection<2>();
+  const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl() const {
+    return collection<0>();
+  }
+  const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl() const {
+    return collection<1>();
+  }
+  const Vox::Ptr<FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl() const {
+    return collection<2>();
+  }
   Vox::Ptr<FecViaConsistentHashColl> fecViaConsistentHashColl_;
   QUILL_PER_KEY_REACTORS(routerFec, VoxRouterFec, VoxRouterFecLabelColl,
                          LabelBindingTableColl::bindingTableAttribute)

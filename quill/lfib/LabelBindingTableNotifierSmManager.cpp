@@ -4,7 +4,7 @@ namespace Mpls {
 
 void LabelBindingTableNotifierSmManager::handleBindingTable(const RouterId& routerId) {
   QUILL_TRACE_FUNC();
-  if (const auto table = labelBindingTableColl_->bindingTable(routerId)) {
+  if (const auto table = labelBindingTableColl()->bindingTable(routerId)) {
     VOX_TRACE(traceHandle(), 7, "LBT for peer " << routerId << " created");
     labelBindingTableNotifierSmColl_->notifierSmIs(routerId, table);
   } else {
@@ -16,7 +16,7 @@ void LabelBindingTableNotifierSmManager::handleBindingTable(const RouterId& rout
 void LabelBindingTableNotifierSmManager::handleInitialized() {
   const auto scope = enterHandleInitialized();
   labelBindingTableNotifierSmColl_->notifierSmDelAll();
-  for (const auto [routerId, table] : labelBindingTableColl_->bindingTableColl()) {
+  for (const auto [routerId, table] : labelBindingTableColl()->bindingTableColl()) {
     handleBindingTable(routerId);
   }
 }

@@ -26,12 +26,14 @@ class LabelBindingTableNotifierSmManager
   void handleDelete() { leaveInitialized(); }
 
  private:
-  const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl_ = collection<0>();
+  const Vox::Ptr<const LabelBindingTableColl>& labelBindingTableColl() const {
+    return collection<0>();
+  }
   const Vox::Ptr<LabelBindingTableNotifierSmColl>& labelBindingTableNotifierSmColl_ =
       collection<1>();
   Vox::KeyObserver<LabelBindingTableColl::bindingTableAttribute,
                    &LabelBindingTableNotifierSmManager::handleBindingTable>
-      bindingTableObserver_{*this, labelBindingTableColl_};
+      bindingTableObserver_{*this, labelBindingTableColl()};
 };
 
 inline constexpr auto labelBindingTableNotifierSmManagerFactory =

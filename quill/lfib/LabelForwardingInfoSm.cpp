@@ -7,35 +7,36 @@ void LabelForwardingInfoSm::processLabelForwardingInfo(Vela::MplsLabel localLabe
                                                        const FwdEqvClass& fec,
                                                        const RouterId& routerId) {
   QUILL_TRACE_FUNC(localLabel, via, peerLabel, fec, routerId);
-  const auto local = fecLabelColl_->binding(fec);
-  const auto peerFec = fecRouterLabelInfoColl_->fecRouterLabel(fec);
+  const auto local = fecLabelColl()->binding(fec);
+  const auto peerFec = fecRouterLabelInfoColl()->fecRouterLabel(fec);
   const auto peer = peerFec ? peerFec->routerLabelInfo(routerId) : nullptr;
-  const auto chosenFec = fecRouterNexthopInfoColl_->fecRouterNexthop(fec);
+  const auto chosenFec = fecRouterNexthopInfoColl()->fecRouterNexthop(fec);
   const auto chosen = chosenFec ? chosenFec->routerNexthopInfo(routerId) : nullptr;
   const ViaLabel viaLabel(via, peerLabel);
   const FecRouter fecRouter(fec, routerId);
   if (local && local->mplsLabel(localLabel) && peer && peer->routerLabel(peerLabel) && chosen &&
       chosen->via(via)) {
-    labelForwardingInfoColl_->labelForwardingIs(localLabel)
+    labelForwardingInfoColl()
+        ->labelForwardingIs(localLabel)
         ->forwardingInfoIs(viaLabel)
         ->fecRouterIs(fecRouter);
     return;
   }
-  const auto entry = labelForwardingInfoColl_->labelForwarding(localLabel);
+  const auto entry = labelForwardingInfoColl()->labelForwarding(localLabel);
   if (!entry) return;
   const auto branch = entry->forwardingInfo(viaLabel);
   if (!branch) return;
   branch->fecRouterDel(fecRouter);
   if (branch->fecRouters() != 0) return;  // other (FEC, router) pairs still justify it
   entry->forwardingInfoDel(viaLabel);
-  if (entry->forwardingInfos() == 0) labelForwardingInfoColl_->labelForwardingDel(localLabel);
+  if (entry->forwardingInfos() == 0) labelForwardingInfoColl()->labelForwardingDel(localLabel);
 }
 
 void LabelForwardingInfoSm::handleFecLabel(const FwdEqvClass& fec, Vela::MplsLabel localLabel) {
   VOX_ASSERT(initialized(), "initialized()");
   QUILL_TRACE_FUNC(fec, localLabel);
-  const auto peerFec = fecRouterLabelInfoColl_->fecRouterLabel(fec);
-  const auto chosenFec = fecRouterNexthopInfoColl_->fecRouterNexthop(fec);
+  const auto peerFec = fecRouterLabelInfoColl()->fecRouterLabel(fec);
+  const auto chosenFec = fecRouterNexthopInfoColl()->fecRouterNexthop(fec);
   if (!peerFec || !chosenFec) return;
   for (const auto [routerId, peer] : peerFec->routerLabelInfoColl()) {
     const auto chosen = chosenFec->routerNexthopInfo(routerId);
@@ -52,8 +53,8 @@ void LabelForwardingInfoSm::handleFecRouterLabel(const FwdEqvClass& fec, const R
                                                  Vela::MplsLabel peerLabel) {
   VOX_ASSERT(initialized(), "initialized()");
   QUILL_TRACE_FUNC(fec, routerId, peerLabel);
-  const auto local = fecLabelColl_->binding(fec);
-  const auto chosenFec = fecRouterNexthopInfoColl_->fecRouterNexthop(fec);
+  const auto local = fecLabelColl()->binding(fec);
+  const auto chosenFec = fecRouterNexthopInfoColl()->fecRouterNexthop(fec);
   const auto chosen = chosenFec ? chosenFec->routerNexthopInfo(routerId) : nullptr;
   if (!local || !chosen) return;
   for (const Vela::MplsLabel& localLabel : local->mplsLabelColl()) {
@@ -67,8 +68,8 @@ void LabelForwardingInfoSm::handleFecRouterNexthop(const FwdEqvClass& fec, const
                                                    const FibVia& via) {
   VOX_ASSERT(initialized(), "initialized()");
   QUILL_TRACE_FUNC(fec, routerId, via);
-  const auto local = fecLabelColl_->binding(fec);
-  const auto peerFec = fecRouterLabelInfoColl_->fecRouterLabel(fec);
+  const auto local = fecLabelColl()->binding(fec);
+  const auto peerFec = fecRouterLabelInfoColl()->fecRouterLabel(fec);
   const auto peer = peerFec ? peerFec->routerLabelInfo(routerId) : nullptr;
   if (!local || !peer) return;
   for (const Vela::MplsLabel& localLabel : local->mplsLabelColl()) {
@@ -80,20 +81,20 @@ void LabelForwardingInfoSm::handleFecRouterNexthop(const FwdEqvClass& fec, const
 
 void LabelForwardingInfoSm::handleInitialized() {
   const auto scope = enterHandleInitialized();
-  labelForwardingInfoColl_->labelForwardingDelAll();
-  for (const auto [fec, labels] : fecLabelColl_->bindingColl()) {
+  labelForwardingInfoColl()->labelForwardingDelAll();
+  for (const auto [fec, labels] : fecLabelColl()->bindingColl()) {
     for (const Vela::MplsLabel& localLabel : labels.mplsLabelColl())
       handleFecLabel(fec, localLabel);
   }
   // The next two scans re-evaluate tuples the first settled; all three are part of the scan.
-  for (const auto [fec, routers] : fecRouterLabelInfoColl_->fecRouterLabelColl()) {
+  for (const auto [fec, routers] : fecRouterLabelInfoColl()->fecRouterLabelColl()) {
     for (const auto [routerId, peer] : routers.routerLabelInfoColl()) {
       for (const Vela::MplsLabel& peerLabel : peer.routerLabelColl()) {
         handleFecRouterLabel(fec, routerId, peerLabel);
       }
     }
   }
-  for (const auto [fec, routers] : fecRouterNexthopInfoColl_->fecRouterNexthopColl()) {
+  for (const auto [fec, routers] : fecRouterNexthopInfoColl()->fecRouterNexthopColl()) {
     for (const auto [routerId, chosen] : routers.routerNexthopInfoColl()) {
       for (const FibVia& via : chosen.viaColl())
         handleFecRouterNexthop(fec, routerId, via);

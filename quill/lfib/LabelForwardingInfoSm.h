@@ -35,7 +35,7 @@ class LabelForwardingInfoSm
   static constexpr auto LabelForwardingInfoSmIs = &stageIs;
 
   // The local label binding table.
-  const Vox::Ptr<const LabelBindingTable>& fecLabelColl() const { return fecLabelColl_; }
+  const Vox::Ptr<const LabelBindingTable>& fecLabelColl() const { return collection<0>(); }
 
   // Re-evaluates one 5-tuple; the single writer of the output.
   void processLabelForwardingInfo(Vela::MplsLabel localLabel, const FibVia& via,
@@ -81,10 +81,15 @@ class LabelForwardingInfoSm
   void handleDelete() { leaveInitialized(); }
 
  private:
-  const Vox::Ptr<const LabelBindingTable>& fecLabelColl_ = collection<0>();
-  const Vox::Ptr<const FecRouterLabelInfoColl>& fecRouterLabelInfoColl_ = collection<1>();
-  const Vox::Ptr<const FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl_ = collection<2>();
-  const Vox::Ptr<LabelForwardingInfoColl>& labelForwardingInfoColl_ = collection<3>();
+  const Vox::Ptr<const FecRouterLabelInfoColl>& fecRouterLabelInfoColl() const {
+    return collection<1>();
+  }
+  const Vox::Ptr<const FecRouterNexthopInfoColl>& fecRouterNexthopInfoColl() const {
+    return collection<2>();
+  }
+  const Vox::Ptr<LabelForwardingInfoColl>& labelForwardingInfoColl() const {
+    return collection<3>();
+  }
   QUILL_PER_KEY_REACTORS(fecLabelSet, VoxFecLabelSet, VoxFecLabelColl,
                          LabelBindingTable::bindingAttribute)
   QUILL_PER_KEY_REACTORS(fecRouterLabel, VoxFecRouterLabel, VoxFecRouterLabelInfoColl,

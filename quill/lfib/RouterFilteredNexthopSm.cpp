@@ -11,14 +11,14 @@ void RouterFilteredNexthopSm::processRouterIpVia(const RouterId& routerId,
                                                  const Vela::IpGenAddr& ipAddr, const FibVia& via) {
   VOX_ASSERT(initialized(), "initialized()");
   QUILL_TRACE_FUNC(TraceRouterId{routerId}, ipAddr, via);
-  const auto nexthops = routerIpNexthopInfoColl_->routerIpNexthop(routerId);
+  const auto nexthops = routerIpNexthopInfoColl()->routerIpNexthop(routerId);
   const auto hop = nexthops ? nexthops->ipNexthopInfo(ipAddr) : nullptr;
-  const auto addrs = routerIpAddrInfoColl_->routerIpAddr(routerId);
+  const auto addrs = routerIpAddrInfoColl()->routerIpAddr(routerId);
   const auto noCheck = [](const RouterNexthopInfo&) {};
   if (hop && hop->via(via) && addrs && addrs->ipAddr(ipAddr)) {
-    justifyRouterVia(*routerNexthopInfoColl_, routerId, via, ipAddr, noCheck);
+    justifyRouterVia(*routerNexthopInfoColl(), routerId, via, ipAddr, noCheck);
   } else {
-    withdrawRouterViaJustification(*routerNexthopInfoColl_, routerId, via, ipAddr, noCheck);
+    withdrawRouterViaJustification(*routerNexthopInfoColl(), routerId, via, ipAddr, noCheck);
   }
 }
 
@@ -26,7 +26,7 @@ void RouterFilteredNexthopSm::handleRouterIpAddr(const RouterId& routerId,
                                                  const Vela::IpGenAddr& ipAddr) {
   VOX_ASSERT(initialized(), "initialized()");
   QUILL_TRACE_FUNC(TraceRouterId{routerId}, ipAddr);
-  const auto nexthops = routerIpNexthopInfoColl_->routerIpNexthop(routerId);
+  const auto nexthops = routerIpNexthopInfoColl()->routerIpNexthop(routerId);
   if (!nexthops) return;
   const auto hop = nexthops->ipNexthopInfo(ipAddr);
   if (!hop) return;
@@ -36,15 +36,15 @@ void RouterFilteredNexthopSm::handleRouterIpAddr(const RouterId& routerId,
 
 void RouterFilteredNexthopSm::handleInitialized() {
   const auto scope = enterHandleInitialized();
-  routerNexthopInfoColl_->routerNexthopDelAll();
-  for (const auto [routerId, nexthops] : routerIpNexthopInfoColl_->routerIpNexthopColl()) {
+  routerNexthopInfoColl()->routerNexthopDelAll();
+  for (const auto [routerId, nexthops] : routerIpNexthopInfoColl()->routerIpNexthopColl()) {
     for (const auto [ipAddr, hop] : nexthops.ipNexthopInfoColl()) {
       for (const FibVia& via : hop.viaColl())
         processRouterIpVia(routerId, ipAddr, via);
     }
   }
   // Re-evaluates what the first pass settled; part of the scan all the same.
-  for (const auto [routerId, addrs] : routerIpAddrInfoColl_->routerIpAddrColl()) {
+  for (const auto [routerId, addrs] : routerIpAddrInfoColl()->routerIpAddrColl()) {
     for (const Vela::IpGenAddr& ipAddr : addrs.ipAddrColl())
       handleRouterIpAddr(routerId, ipAddr);
   }

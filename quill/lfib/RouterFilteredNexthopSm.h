@@ -59,9 +59,13 @@ class RouterFilteredNexthopSm
   void handleDelete() { leaveInitialized(); }
 
  private:
-  const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl_ = collection<0>();
-  const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl_ = collection<1>();
-  const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl_ = collection<2>();
+  const Vox::Ptr<const RouterIpNexthopInfoColl>& routerIpNexthopInfoColl() const {
+    return collection<0>();
+  }
+  const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl() const {
+    return collection<1>();
+  }
+  const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl() const { return collection<2>(); }
   QUILL_PER_KEY_REACTORS(routerIpNexthop, VoxRouterIpNexthop, VoxRouterIpNexthopInfoColl,
                          RouterIpNexthopInfoColl::routerIpNexthopAttribute)
   QUILL_PER_KEY_REACTORS(routerIpAddr, VoxRouterIpAddr, VoxRouterIpAddrInfoColl,

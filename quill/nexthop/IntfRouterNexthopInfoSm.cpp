@@ -5,28 +5,29 @@ namespace Mpls {
 void IntfRouterNexthopInfoSm::handleRouterNexthop(const RouterId& routerId, const FibVia& via) {
   VOX_ASSERT(initialized(), "initialized()");
   QUILL_TRACE_FUNC(routerId, via.hop(), via.intfId());
-  const auto router = routerNexthopInfoColl_->routerNexthop(routerId);
+  const auto router = routerNexthopInfoColl()->routerNexthop(routerId);
   if (router && router->via(via)) {
-    intfRouterNexthopInfoColl_->intfRouterNexthopIs(via.intfId())
+    intfRouterNexthopInfoColl()
+        ->intfRouterNexthopIs(via.intfId())
         ->routerNexthopInfoIs(routerId)
         ->viaIs(via);
     return;
   }
-  const auto intf = intfRouterNexthopInfoColl_->intfRouterNexthop(via.intfId());
+  const auto intf = intfRouterNexthopInfoColl()->intfRouterNexthop(via.intfId());
   if (!intf) return;
   const auto routerOnIntf = intf->routerNexthopInfo(routerId);
   if (!routerOnIntf) return;
   routerOnIntf->viaDel(via);
   if (routerOnIntf->vias() == 0) intf->routerNexthopInfoDel(routerId);
   if (intf->routerNexthopInfos() == 0)
-    intfRouterNexthopInfoColl_->intfRouterNexthopDel(via.intfId());
+    intfRouterNexthopInfoColl()->intfRouterNexthopDel(via.intfId());
 }
 
 void IntfRouterNexthopInfoSm::handleInitialized() {
   const auto scope = enterHandleInitialized();
   // Rebuilt from nothing rather than reconciled.
-  intfRouterNexthopInfoColl_->intfRouterNexthopDelAll();
-  for (const auto [routerId, router] : routerNexthopInfoColl_->routerNexthopColl()) {
+  intfRouterNexthopInfoColl()->intfRouterNexthopDelAll();
+  for (const auto [routerId, router] : routerNexthopInfoColl()->routerNexthopColl()) {
     for (const FibVia& via : router.viaColl())
       handleRouterNexthop(routerId, via);
   }

@@ -36,8 +36,12 @@ class IntfRouterNexthopInfoSm
   void handleDelete() { leaveInitialized(); }
 
  private:
-  const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl_ = collection<0>();
-  const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl_ = collection<1>();
+  const Vox::Ptr<const RouterNexthopInfoColl>& routerNexthopInfoColl() const {
+    return collection<0>();
+  }
+  const Vox::Ptr<IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl() const {
+    return collection<1>();
+  }
   QUILL_PER_KEY_REACTORS(routerNexthop, VoxRouterNexthop, VoxRouterNexthopInfoColl,
                          RouterNexthopInfoColl::routerNexthopAttribute)
 };

@@ -17,19 +17,19 @@ void RouterIpNexthopInfoSm::processIntfRouterNexthop(Vela::IntfId intfId, const 
     VOX_ASSERT(false, "!\"via.intfId() == intfId\"");
   }
   const Vela::IpGenAddr& hop = via.hop();
-  const auto intf = intfRouterNexthopInfoColl_->intfRouterNexthop(intfId);
+  const auto intf = intfRouterNexthopInfoColl()->intfRouterNexthop(intfId);
   const auto router = intf ? intf->routerNexthopInfo(routerId) : nullptr;
-  if (router && router->via(via) && mplsIntfColl_->intfId(intfId)) {
-    routerIpNexthopInfoColl_->routerIpNexthopIs(routerId)->ipNexthopInfoIs(hop)->viaIs(via);
+  if (router && router->via(via) && mplsIntfColl()->intfId(intfId)) {
+    routerIpNexthopInfoColl()->routerIpNexthopIs(routerId)->ipNexthopInfoIs(hop)->viaIs(via);
     return;
   }
-  const auto routerOut = routerIpNexthopInfoColl_->routerIpNexthop(routerId);
+  const auto routerOut = routerIpNexthopInfoColl()->routerIpNexthop(routerId);
   if (!routerOut) return;
   const auto hopOut = routerOut->ipNexthopInfo(hop);
   if (!hopOut) return;
   hopOut->viaDel(via);
   if (hopOut->vias() == 0) routerOut->ipNexthopInfoDel(hop);
-  if (routerOut->ipNexthopInfos() == 0) routerIpNexthopInfoColl_->routerIpNexthopDel(routerId);
+  if (routerOut->ipNexthopInfos() == 0) routerIpNexthopInfoColl()->routerIpNexthopDel(routerId);
 }
 
 void RouterIpNexthopInfoSm::handleIntfRouterNexthop(Vela::IntfId intfId, const RouterId& routerId,
@@ -37,13 +37,13 @@ void RouterIpNexthopInfoSm::handleIntfRouterNexthop(Vela::IntfId intfId, const R
   VOX_ASSERT(initialized(), "initialized()");
   QUILL_TRACE_FUNC(intfId, routerId, via);
   // The output never holds vias of non-MPLS interfaces, so their changes need no work.
-  if (mplsIntfColl_->intfId(intfId)) processIntfRouterNexthop(intfId, routerId, via);
+  if (mplsIntfColl()->intfId(intfId)) processIntfRouterNexthop(intfId, routerId, via);
 }
 
 void RouterIpNexthopInfoSm::handleIntfId(Vela::IntfId intfId) {
   VOX_ASSERT(initialized(), "initialized()");
   QUILL_TRACE_FUNC(intfId);
-  const auto intf = intfRouterNexthopInfoColl_->intfRouterNexthop(intfId);
+  const auto intf = intfRouterNexthopInfoColl()->intfRouterNexthop(intfId);
   if (!intf) return;
   for (const auto [routerId, router] : intf->routerNexthopInfoColl()) {
     for (const FibVia& via : router.viaColl())
@@ -54,14 +54,14 @@ void RouterIpNexthopInfoSm::handleIntfId(Vela::IntfId intfId) {
 void RouterIpNexthopInfoSm::handleInitialized() {
   const auto scope = enterHandleInitialized();
   // Rebuilt from nothing rather than reconciled.
-  routerIpNexthopInfoColl_->routerIpNexthopDelAll();
-  for (const auto [intfId, intf] : intfRouterNexthopInfoColl_->intfRouterNexthopColl()) {
+  routerIpNexthopInfoColl()->routerIpNexthopDelAll();
+  for (const auto [intfId, intf] : intfRouterNexthopInfoColl()->intfRouterNexthopColl()) {
     for (const auto [routerId, router] : intf.routerNexthopInfoColl()) {
       for (const FibVia& via : router.viaColl())
         handleIntfRouterNexthop(intfId, routerId, via);
     }
   }
-  for (const Vela::IntfId& intfId : mplsIntfColl_->intfIdColl())
+  for (const Vela::IntfId& intfId : mplsIntfColl()->intfIdColl())
     handleIntfId(intfId);
 }
 

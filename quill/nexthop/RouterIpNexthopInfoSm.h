@@ -52,13 +52,17 @@ class RouterIpNexthopInfoSm
   void handleDelete() { leaveInitialized(); }
 
  private:
-  const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl_ = collection<0>();
-  const Vox::Ptr<const MplsIntfColl>& mplsIntfColl_ = collection<1>();
-  const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl_ = collection<2>();
+  const Vox::Ptr<const IntfRouterNexthopInfoColl>& intfRouterNexthopInfoColl() const {
+    return collection<0>();
+  }
+  const Vox::Ptr<const MplsIntfColl>& mplsIntfColl() const { return collection<1>(); }
+  const Vox::Ptr<RouterIpNexthopInfoColl>& routerIpNexthopInfoColl() const {
+    return collection<2>();
+  }
   QUILL_PER_KEY_REACTORS(intfRouterNexthop, VoxIntfRouterNexthop, VoxIntfRouterNexthopInfoColl,
                          IntfRouterNexthopInfoColl::intfRouterNexthopAttribute)
   Vox::KeyObserver<MplsIntfColl::intfIdAttribute, &RouterIpNexthopInfoSm::handleIntfId>
-      mplsIntfObserver_{*this, mplsIntfColl_};
+      mplsIntfObserver_{*this, mplsIntfColl()};
 };
 
 inline constexpr auto routerIpNexthopInfoSmFactory = RouterIpNexthopInfoSm::RouterIpNexthopInfoSmIs;

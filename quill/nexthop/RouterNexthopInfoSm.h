@@ -49,9 +49,11 @@ class RouterNexthopInfoSm : public Quill::Stage<RouterNexthopInfoSm, const IpAdd
   void handleDelete() { leaveInitialized(); }
 
  private:
-  const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl_ = collection<0>();
-  const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl_ = collection<1>();
-  const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl_ = collection<2>();
+  const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl() const {
+    return collection<0>();
+  }
+  const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl() const { return collection<1>(); }
+  const Vox::Ptr<RouterNexthopInfoColl>& routerNexthopInfoColl() const { return collection<2>(); }
   QUILL_PER_KEY_REACTORS(ipAddrRouterId, VoxIpAddrRouterId, VoxIpAddrRouterIdInfoColl,
                          IpAddrRouterIdInfoColl::ipAddrRouterIdAttribute)
   QUILL_PER_KEY_REACTORS(ipNexthop, VoxIpNexthop, VoxIpNexthopInfoColl,

@@ -28,11 +28,9 @@ class IpAddrRouterIdInfoSm : public Quill::Stage<IpAddrRouterIdInfoSm, const Rou
   static constexpr auto IpAddrRouterIdInfoSmIs = &stageIs;
 
   const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl() const {
-    return routerIpAddrInfoColl_;
+    return collection<0>();
   }
-  const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl() const {
-    return ipAddrRouterIdInfoColl_;
-  }
+  const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl() const { return collection<1>(); }
 
   void handleRouterIpAddr(const RouterId& routerId, const Vela::IpGenAddr& ipAddr);
 
@@ -47,8 +45,6 @@ class IpAddrRouterIdInfoSm : public Quill::Stage<IpAddrRouterIdInfoSm, const Rou
   void handleDelete() { leaveInitialized(); }
 
  private:
-  const Vox::Ptr<const RouterIpAddrInfoColl>& routerIpAddrInfoColl_ = collection<0>();
-  const Vox::Ptr<IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl_ = collection<1>();
   QUILL_PER_KEY_REACTORS(routerIpAddr, VoxRouterIpAddr, VoxRouterIpAddrInfoColl,
                          RouterIpAddrInfoColl::routerIpAddrAttribute)
 };

@@ -26,9 +26,9 @@ class IraNexthopConfigSm : public Quill::Stage<IraNexthopConfigSm, const IpAddrR
   static constexpr auto IraNexthopConfigSmIs = &stageIs;
 
   const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl() const {
-    return ipAddrRouterIdInfoColl_;
+    return collection<0>();
   }
-  const Vox::Ptr<Routing::NexthopVrfConfig>& nexthopConfig() const { return nexthopConfig_; }
+  const Vox::Ptr<Routing::NexthopVrfConfig>& nexthopConfig() const { return collection<1>(); }
 
   // Re-derives the request for one address. Fatal "initialized()" while uninitialized.
   void handleIpAddr(const Vela::IpGenAddr& ipAddr);
@@ -36,13 +36,11 @@ class IraNexthopConfigSm : public Quill::Stage<IraNexthopConfigSm, const IpAddrR
   void handleDelete() { leaveInitialized(); }
 
  private:
-  const Vox::Ptr<const IpAddrRouterIdInfoColl>& ipAddrRouterIdInfoColl_ = collection<0>();
-  const Vox::Ptr<Routing::NexthopVrfConfig>& nexthopConfig_ = collection<1>();
   // Only additions and removals of whole address entries reach it; router changes within an
   // entry do not matter here.
   Vox::KeyObserver<IpAddrRouterIdInfoColl::ipAddrRouterIdAttribute,
                    &IraNexthopConfigSm::handleIpAddr>
-      ipAddrObserver_{*this, ipAddrRouterIdInfoColl_};
+      ipAddrObserver_{*this, ipAddrRouterIdInfoColl()};
 };
 
 inline constexpr auto iraNexthopConfigSmFactory = IraNexthopConfigSm::IraNexthopConfigSmIs;

@@ -7,15 +7,15 @@ namespace Mpls {
 void IraNexthopStatusSm::processNexthop(const Vela::IpGenAddr& ipAddr) {
   QUILL_TRACE_FUNC(ipAddr);
   const Vela::IpGenAddr address = ipAddr;  // `ipAddr` may be the backlog's own copy
-  if (nexthopBacklog_) nexthopBacklog_->backlogDel(address);
+  if (nexthopBacklog()) nexthopBacklog()->backlogDel(address);
 
-  const Routing::NexthopStatusEntry* found = nexthopStatus_->nexthop(address);
+  const Routing::NexthopStatusEntry* found = nexthopStatus()->nexthop(address);
   const Routing::NexthopStatusEntry status = found ? *found : Routing::NexthopStatusEntry();
-  const Brisk::Fib::Fec& fec = forwardingStatus_->fecOrEmpty(status.fecId());
+  const Brisk::Fib::Fec& fec = forwardingStatus()->fecOrEmpty(status.fecId());
   if (status == Routing::NexthopStatusEntry() || fec == Brisk::Fib::Fec(Brisk::Fib::FecId()) ||
       fec.viaCount() == 0) {
     VOX_TRACE(traceHandle(), 9, "Removing ipAddr from ipNexthopInfoColl " << address);
-    ipNexthopInfoColl_->ipNexthopDel(address);
+    ipNexthopInfoColl()->ipNexthopDel(address);
     return;
   }
 
@@ -32,7 +32,7 @@ void IraNexthopStatusSm::processNexthop(const Vela::IpGenAddr& ipAddr) {
   }
 
   VOX_TRACE(traceHandle(), 9, "Adding ipAddr from ipNexthopInfoColl " << address);
-  const auto entry = ipNexthopInfoColl_->ipNexthopIs(address);
+  const auto entry = ipNexthopInfoColl()->ipNexthopIs(address);
   for (const FibVia& via : vias)
     entry->viaIs(via);
   for (const FibVia& via : entry->viaColl()) {
@@ -53,8 +53,8 @@ void IraNexthopStatusSm::handleNexthopBacklog() {
     bool& flag;
     ~Reset() { flag = false; }
   } reset{draining_};
-  while (!nexthopBacklog_->backlogColl().empty()) {
-    for (const Vela::IpGenAddr& ipAddr : nexthopBacklog_->backlogColl())
+  while (!nexthopBacklog()->backlogColl().empty()) {
+    for (const Vela::IpGenAddr& ipAddr : nexthopBacklog()->backlogColl())
       processNexthop(ipAddr);
   }
 }
@@ -62,12 +62,12 @@ void IraNexthopStatusSm::handleNexthopBacklog() {
 void IraNexthopStatusSm::handleInitialized() {
   const auto scope = enterHandleInitialized();
   // Every address with an answer; this also takes those addresses off the backlog.
-  for (auto it = nexthopStatus_->nexthopColl().begin(); it != nexthopStatus_->nexthopColl().end();
+  for (auto it = nexthopStatus()->nexthopColl().begin(); it != nexthopStatus()->nexthopColl().end();
        ++it) {
     processNexthop(it.key());
   }
   // Every address with output, so that addresses with no answer any more lose theirs.
-  for (const auto [ipAddr, entry] : ipNexthopInfoColl_->ipNexthopColl())
+  for (const auto [ipAddr, entry] : ipNexthopInfoColl()->ipNexthopColl())
     processNexthop(ipAddr);
 }
 

@@ -43,14 +43,16 @@ class IraNexthopStatusSm
   void handleDelete() { leaveInitialized(); }
 
  private:
-  const Vox::Ptr<Routing::NexthopBacklog>& nexthopBacklog_ = collection<0>();
-  const Vox::Ptr<const Routing::NexthopVrfStatus>& nexthopStatus_ = collection<1>();
-  const Vox::Ptr<const Brisk::Fib::ForwardingStatus>& forwardingStatus_ = collection<2>();
-  const Vox::Ptr<IpNexthopInfoColl>& ipNexthopInfoColl_ = collection<3>();
+  const Vox::Ptr<Routing::NexthopBacklog>& nexthopBacklog() const { return collection<0>(); }
+  const Vox::Ptr<const Routing::NexthopVrfStatus>& nexthopStatus() const { return collection<1>(); }
+  const Vox::Ptr<const Brisk::Fib::ForwardingStatus>& forwardingStatus() const {
+    return collection<2>();
+  }
+  const Vox::Ptr<IpNexthopInfoColl>& ipNexthopInfoColl() const { return collection<3>(); }
   bool draining_ = false;
   Vox::KeyObserver<Routing::NexthopBacklog::backlogAttribute,
                    &IraNexthopStatusSm::handleNexthopBacklog>
-      backlogObserver_{*this, nexthopBacklog_};
+      backlogObserver_{*this, nexthopBacklog()};
 };
 
 inline constexpr auto iraNexthopStatusSmFactory = IraNexthopStatusSm::IraNexthopStatusSmIs;
