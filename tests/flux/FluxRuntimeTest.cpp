@@ -115,19 +115,6 @@ TEST_F(FluxChainTest, EmptyInputsAreReadyAtOnceAndReadinessIsDecidedOnce) {
             (std::vector<std::string>{"handlePipeline0Input", " .. not reconciling."}));
 }
 
-// A router whose last address is withdrawn keeps its input entry, and the pipeline keeps
-// following it; an address entry goes with its last router.
-TEST_F(FluxChainTest, ARouterWithNoAddressLeftIsStillFollowed) {
-  const auto other = v<RouterId>("3.3.3.3:0");
-  routerAddrs->routerIpAddrIs(other)->ipAddrIs(addr);
-  routerAddrs->routerIpAddr(router)->ipAddrDel(addr);
-  EXPECT_EQ(outputs()[0], Lines{"10.1.1.2 3.3.3.3:0"});
-  routerAddrs->routerIpAddr(other)->ipAddrDel(addr);
-  EXPECT_EQ(addrRouters->ipAddrRouterIds(), 0u);
-  routerAddrs->routerIpAddr(router)->ipAddrIs(v<Vela::IpGenAddr>("10.0.0.2"));
-  EXPECT_EQ(outputs()[0], Lines{"10.0.0.2 2.2.2.2:0"});
-}
-
 // Destroyed, a stage lets its state machines go without a word: the output stays for the next
 // instance, and a state machine someone still holds is silent and has let its children go.
 TEST_F(FluxChainTest, DestructionLeavesTheOutputAndSilencesHeldStateMachines) {
