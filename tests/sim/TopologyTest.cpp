@@ -88,38 +88,6 @@ TEST(TopologyShapeTest, ShapesThatCannotBeLaidOutAreRefused) {
   EXPECT_NO_THROW(Topology({"x", 4, 4, 400000, 4}));
 }
 
-TEST_F(TopologyTest, FullOutputHasOneBranchPerPairOverThePeersOwnLinks) {
-  EXPECT_EQ(auditDifferences(agent), "");
-  const auto& lfib = agent.colls().lfib;
-  EXPECT_EQ(lfib->labelForwardings(), topology.shape().fecs);
-  for (uint32_t f = 0; f < topology.shape().fecs; ++f) {
-    const auto entry = lfib->labelForwarding(topology.localLabel(f));
-    ASSERT_TRUE(entry) << f;
-    ASSERT_EQ(entry->forwardingInfos(), topology.shape().peersPerFec) << f;
-    for (uint32_t j = 0; j < topology.shape().peersPerFec; ++j) {
-      const uint32_t peer = topology.fecPeer(f, j);
-      int found = 0;
-      for (const auto [viaLabel, branch] : entry->forwardingInfoColl()) {
-        if (!branch.fecRouter(Mpls::FecRouter(topology.fec(f), topology.routerId(peer)))) continue;
-        ++found;
-        EXPECT_EQ(viaLabel.label(), topology.peerLabel(f, peer));
-        bool ownLink = false;
-        for (uint32_t link = 0; link < topology.shape().linksPerPeer; ++link) {
-          ownLink |= viaLabel.via() == Mpls::FibVia(Vela::IpGenAddr(topology.linkAddr(peer, link)),
-                                                    topology.linkIntf(peer, link));
-        }
-        EXPECT_TRUE(ownLink) << viaLabel.valueToStrep();
-      }
-      EXPECT_EQ(found, 1) << "FEC " << f << " peer " << peer;
-    }
-  }
-  // Every link carries some trees: the interface-address filter kept all of them.
-  std::set<std::string> usedVias;
-  for (const auto& [pair, via] : chosenVias(agent))
-    usedVias.insert(via);
-  EXPECT_EQ(usedVias.size(), uint64_t{topology.shape().peers} * topology.shape().linksPerPeer);
-}
-
 // Changes made while nothing runs reach the output at the next start, whether the stages start
 // over empty tables or over what they built before they stopped.
 TEST_F(TopologyTest, StartingOverTheSameInputsGivesTheSameOutputColdOrWarm) {
