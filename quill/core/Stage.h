@@ -13,7 +13,9 @@
 //     static constexpr auto RouterNexthopInfoSmIs = &stageIs;     // the static creator
 //     ...
 //    private:
-//     const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl() const { return collection<1>(); }
+//     const Vox::Ptr<const IpNexthopInfoColl>& ipNexthopInfoColl() const {
+//       return collection<1>();
+//     }
 //     QUILL_PER_KEY_REACTORS(ipNexthop, VoxIpNexthop, VoxIpNexthopInfoColl,
 //                            IpNexthopInfoColl::ipNexthopAttribute)
 //   };

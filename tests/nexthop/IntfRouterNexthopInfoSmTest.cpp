@@ -1,5 +1,6 @@
-// What lands where is FluxEquivalenceTest's, against the compiled twin, and that an emptied entry
-// goes at once is Sim::auditShapes' (PipelinePropertyTest); here, what only a death test sees.
+// What lands where is the hand-written run's of PipelinePropertyTest, and that an emptied entry
+// goes at once is Sim::auditShapes' (there, after every change); here, what only a death test
+// sees.
 #include "quill/nexthop/IntfRouterNexthopInfoSm.h"
 
 #include <gtest/gtest.h>

@@ -1,5 +1,6 @@
 // Which vias pass as MPLS interfaces come and go, and the rebuild from both inputs at
-// initialization, are FluxEquivalenceTest's, against the compiled twin; here, the fatal checks.
+// initialization, are the hand-written run's of PipelinePropertyTest and
+// ViaChoicesMoveOnlyWhereTheyMust; here, the fatal checks.
 #include "quill/nexthop/RouterIpNexthopInfoSm.h"
 
 #include <gtest/gtest.h>

@@ -1,7 +1,7 @@
-// Which vias a router gets, and from which of its addresses, is FluxEquivalenceTest's against the
-// compiled twin after every change, and the audit's (PipelinePropertyTest) after every restart,
-// over routers sharing addresses and addresses sharing vias; that initialization rebuilds is
-// FluxEquivalenceTest's too. Here, the fatal checks.
+// Which vias a router gets, and from which of its addresses, over routers sharing addresses and
+// addresses sharing vias, and that initialization rebuilds, are the hand-written run's of
+// PipelinePropertyTest (audited after every restart) and of the tests that follow via choices and
+// faults through it. Here, the fatal checks.
 #include "quill/nexthop/RouterNexthopInfoSm.h"
 
 #include <gtest/gtest.h>

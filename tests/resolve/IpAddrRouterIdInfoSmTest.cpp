@@ -15,9 +15,9 @@ using QuillTest::Lines;
 using QuillTest::v;
 using Vela::IpGenAddr;
 
-// What the output holds after every change, and after each initialization over what an earlier
-// instance or a router removed whole left, is FluxEquivalenceTest's and, over routers sharing
-// addresses, the audit's (PipelinePropertyTest); here, what neither sees.
+// What the output holds after each initialization over what an earlier instance or a router
+// removed whole left, over routers sharing addresses, is the audit's in the hand-written run of
+// PipelinePropertyTest; here, what it does not see.
 class IpAddrRouterIdInfoSmTest : public ::testing::Test {
  protected:
   void add(const char* router, const char* addr) {
