@@ -249,10 +249,11 @@ TEST(ConsistentHashCircleTest, MemoryIsAccountedAndReleased) {
   EXPECT_EQ(Vox::Memory::liveBytes(Vox::MemoryKind::kConsistentHash), baseline);
 }
 
-TEST(ConsistentHashCircleDeathTest, LookupOnEmptyRingIsFatal) {
+TEST(ConsistentHashCircleDeathTest, LookupOnEmptyRingAndPointPastTheEndAreFatal) {
   ConsistentHashCircle ring;
   EXPECT_DEATH(ring.getHash(1), "getHash on an empty ring");
   ring.addHash(1, 1);
+  EXPECT_DEATH(ring.point(ring.pointCount()), "index < pointCount\\(\\)");
   ring.delHash(1);
   EXPECT_DEATH(ring.getHash(1), "getHash on an empty ring");
 }
