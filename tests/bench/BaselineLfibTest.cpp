@@ -121,6 +121,10 @@ struct ChangeCase {
   const char* name;
   std::function<void(const Topology&, Sim::TopologySink&, bool undo)> change;
 };
+// A failing case names itself rather than printing its bytes.
+void PrintTo(const ChangeCase& c, std::ostream* os) {
+  *os << c.name;
+}
 
 class BaselineChangeTest : public BaselineLfibTest,
                            public ::testing::WithParamInterface<ChangeCase> {};
