@@ -83,8 +83,10 @@ class Stage : public StageReactor<Derived> {
  private:
   template <class Bare>
   static constexpr std::size_t indexOf() {
+    constexpr bool kMatches[] = {std::is_same_v<Bare, std::remove_const_t<Colls>>...};
     std::size_t index = 0;
-    ((std::is_same_v<Bare, std::remove_const_t<Colls>> ? false : (++index, true)) && ...);
+    while (!kMatches[index])
+      ++index;
     return index;
   }
 
