@@ -99,8 +99,8 @@ class Stage : public StageReactor<Derived> {
 // `CollAttr` in the input collection), its lookup `name(key)`, its mutators `nameIs(member)`,
 // `nameDel(key)` and `nameDelAll()`, and the collection observer `ObserverType` that keeps it in
 // step with the input. The observer hooks on as the stage is built, which creates the per-key
-// reactors of the members already there. Its place is among the stage's private members, after
-// the collections it reads; the access it leaves is private.
+// reactors of the members already there. Its place is among the stage's private members; the
+// access it leaves is private.
 #define QUILL_PER_KEY_REACTORS(name, VoxType, ObserverType, CollAttr)              \
  public:                                                                           \
   using ObserverType = ::Vox::CollectionObserver<CollAttr, VoxType>;               \
